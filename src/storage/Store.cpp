@@ -1,0 +1,155 @@
+#include "storage/Store.h"
+
+#include "platform/Clock.h"
+#include "platform/Platform.h"
+#include "shell/Config.h"
+#include "shell/Log.h"
+#include "storage/Files.h"
+
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <utf8proc.h>
+
+namespace marrowleaf {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+Files* replacement = nullptr;
+
+bool endsWith(const std::string& text, const std::string& suffix) {
+    return text.size() >= suffix.size() && text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
+}
+
+std::string idBase() {
+    const LocalTime t = Platform::systemClock().local(Platform::systemClock().now());
+    char text[64];
+    std::snprintf(text, sizeof text, "sticky-%04d%02d%02d-%02d%02d%02d", t.year, t.month, t.day, t.hour, t.minute,
+                  t.second);
+    return text;
+}
+
+bool isValidUTF8(const std::string& bytes) {
+    const auto* data = reinterpret_cast<const utf8proc_uint8_t*>(bytes.data());
+    utf8proc_ssize_t remaining = static_cast<utf8proc_ssize_t>(bytes.size());
+    while (remaining > 0) {
+        utf8proc_int32_t codepoint;
+        const utf8proc_ssize_t used = utf8proc_iterate(data, remaining, &codepoint);
+        if (used < 0) return false;
+        data += used;
+        remaining -= used;
+    }
+    return true;
+}
+
+// Notes we already complained about, so a note that stays unreadable is logged once, not on every sync.
+std::set<std::string>& reportedUnreadable() {
+    static std::set<std::string> ids;
+    return ids;
+}
+
+}
+
+Files& Store::files() {
+    static DiskFiles disk;
+    return replacement ? *replacement : disk;
+}
+
+void Store::useFiles(Files* files) { replacement = files; }
+
+fs::path Store::notePath(const std::string& id) { return Config::notesDir() / (id + noteExtension); }
+fs::path Store::statePath() { return Config::notesDir() / stateFileName; }
+fs::path Store::trashPath(const std::string& id) {
+    return Config::notesDir() / trashFolderName / (id + noteExtension);
+}
+
+void Store::ensureDirs() {
+    if (auto error = files().createDirectories(Config::notesDir()))
+        Log::error("can't create the notes folder " + Config::notesDir().string() + ": " + *error);
+}
+
+std::vector<std::string> Store::noteIds() {
+    auto names = files().list(Config::notesDir());
+    if (!names) return {};
+    std::vector<std::string> ids;
+    for (const auto& name : *names) {
+        if (name.empty() || name.front() == '.' || !endsWith(name, noteExtension)) continue;
+        ids.push_back(name.substr(0, name.size() - 3));
+    }
+    return ids;
+}
+
+std::string Store::newId() {
+    const std::string base = idBase();
+    std::string candidate = base;
+    for (int n = 2; files().exists(notePath(candidate)); ++n) candidate = base + "-" + std::to_string(n);
+    return candidate;
+}
+
+bool Store::write(const std::string& id, const std::string& text) {
+    if (auto error = files().writeAtomically(notePath(id), text)) {
+        Log::error("can't save " + id + ": " + *error);
+        return false;
+    }
+    return true;
+}
+
+std::optional<std::string> Store::read(const std::string& id) {
+    std::string bytes;
+    if (files().read(notePath(id), bytes)) return std::nullopt;
+    if (!isValidUTF8(bytes)) {
+        // Left exactly as it is on disk: showing it would mean rewriting bytes we can't represent.
+        if (reportedUnreadable().insert(id).second)
+            Log::error("can't read " + id + ": the file is not UTF-8 text; it is left untouched");
+        return std::nullopt;
+    }
+    reportedUnreadable().erase(id);
+    return bytes;
+}
+
+AppState Store::loadState() {
+    std::string bytes;
+    if (files().read(statePath(), bytes)) return AppState{};
+    std::optional<AppState> state;
+    std::string problem;
+    try {
+        state = ModelJSON::decodeState(nlohmann::json::parse(bytes));
+        if (!state) problem = "the top level is not a JSON object";
+    } catch (const nlohmann::json::exception& error) {
+        problem = error.what();
+    }
+    if (!state) {
+        Log::error("can't read " + statePath().string() + ": " + problem);
+        return AppState{};
+    }
+    return *state;
+}
+
+bool Store::saveState(const AppState& state) {
+    std::string text;
+    try {
+        text = ModelJSON::text(state);
+    } catch (const nlohmann::json::exception& error) {
+        Log::error(std::string("can't save state: ") + error.what());
+        return false;
+    }
+    if (auto error = files().writeAtomically(statePath(), text)) {
+        Log::error("can't save state: " + *error);
+        return false;
+    }
+    return true;
+}
+
+bool Store::moveToTrash(const std::string& id) {
+    files().createDirectories(Config::notesDir() / trashFolderName);
+    files().remove(trashPath(id));   // an older trashed copy of the same id gives way
+    return !files().moveWithoutReplacing(notePath(id), trashPath(id));
+}
+
+bool Store::restoreFromTrash(const std::string& id) {
+    return !files().moveWithoutReplacing(trashPath(id), notePath(id));
+}
+
+}
