@@ -1,0 +1,46 @@
+#pragma once
+#include "platform/Platform.h"
+#include "platform/fake/FakeAccessibility.h"
+#include "platform/fake/FakeClock.h"
+#include "platform/fake/FakeDefaults.h"
+#include "platform/fake/FakeFolderEvents.h"
+#include "platform/fake/FakeScreens.h"
+#include "platform/fake/FakeWindowServer.h"
+
+namespace marrowleaf {
+
+// The whole in-memory desktop, installed for the lifetime of the object and
+// replaced by whatever was installed before when it goes.
+class FakePlatform {
+public:
+    FakePlatform() : previous(Platform::current()) { Platform::install(services()); }
+    ~FakePlatform() { Platform::install(previous); }
+    FakePlatform(const FakePlatform&) = delete;
+    FakePlatform& operator=(const FakePlatform&) = delete;
+
+    FakeClock clock;
+    FakeDefaults defaults;
+    FakeFolderEvents folderEvents;
+    FakeScreens screens;
+    FakeWindowServer windowServer;
+    FakeAccessibility accessibility;
+
+    // Re-installs after a test changed a member's wiring.
+    void reinstall() { Platform::install(services()); }
+
+private:
+    Platform previous;
+    Platform services() {
+        Platform p;
+        p.queue = &clock;
+        p.clock = &clock;
+        p.defaults = &defaults;
+        p.folderEvents = &folderEvents;
+        p.screens = &screens;
+        p.windowServer = &windowServer;
+        p.accessibility = &accessibility;
+        return p;
+    }
+};
+
+}

@@ -1,0 +1,50 @@
+#pragma once
+#include "platform/WindowServer.h"
+#include "platform/fake/FakeSignal.h"
+
+#include <map>
+
+namespace marrowleaf {
+
+// A window server whose description of the displays the test writes by hand.
+// Windows live on the desktops listed in `windowSpaces`; a move puts the window
+// on its target alone unless the test says where it ends up instead.
+class FakeWindowServer : public WindowServer {
+public:
+    struct Move {
+        WindowNumber window;
+        SpaceId space;
+        bool operator==(const Move&) const = default;
+    };
+
+    std::optional<std::vector<DisplayDescription>> describeDisplays() const override;
+    SpaceId focusedSpace() const override { return focused; }
+    std::vector<SpaceId> spacesOfWindow(WindowNumber window) const override;
+    void putWindowOnSpace(WindowNumber window, SpaceId space) override;
+    std::unique_ptr<Subscription> watchActiveSpace(Handler handler) override {
+        return activeChanges.subscribe(std::move(handler));
+    }
+
+    // Desktops shared by every display, as on an X11 desktop: ids 1…count,
+    // ordinary kind, each display showing `current`; `focused` follows it.
+    void shareDesktops(const std::vector<std::string>& displayUUIDs, int count, SpaceId current);
+    // Shows `space` on every display that lists it, focuses it and tells the subscribers.
+    void switchTo(SpaceId space);
+    void emitActiveSpaceChange() { activeChanges.emit(); }
+    std::size_t watcherCount() const { return activeChanges.subscriberCount(); }
+
+    std::vector<DisplayDescription> description;
+    // While set, asking for the description fails, as when the server is gone.
+    bool failDescription = false;
+    SpaceId focused = 0;
+    std::map<WindowNumber, std::vector<SpaceId>> windowSpaces;
+    // When set, a move leaves the window on these desktops instead of its target.
+    std::optional<std::vector<SpaceId>> spacesAfterMove;
+    // Every move asked for, in order.
+    std::vector<Move> moves;
+
+private:
+    FakeSignal activeChanges;
+};
+
+}
