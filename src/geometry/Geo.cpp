@@ -1,0 +1,91 @@
+#include "geometry/Geo.h"
+
+#include "platform/Platform.h"
+#include "shell/Log.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace marrowleaf {
+
+namespace {
+
+std::vector<Screen> attached() { return Platform::displays().all(); }
+
+// The focused display, else the primary one. A desktop always has a display;
+// should it report none, an empty one keeps the caller safe.
+Screen fallbackScreen() {
+    if (auto focused = Platform::displays().focused()) return *focused;
+    auto screens = attached();
+    if (!screens.empty()) return screens.front();
+    Log::error("can't find any display; using an empty one");
+    return Screen{};
+}
+
+}
+
+std::optional<std::string> Geo::uuid(const Screen& screen) {
+    if (screen.uuid.empty()) return std::nullopt;
+    return screen.uuid;
+}
+
+std::string Geo::primaryUUID() {
+    auto screens = attached();
+    if (screens.empty()) return "";
+    return uuid(screens.front()).value_or("");
+}
+
+bool Geo::sameUUID(std::string_view a, std::string_view b) {
+    return std::ranges::equal(a, b, [](unsigned char x, unsigned char y) {
+        return std::tolower(x) == std::tolower(y);
+    });
+}
+
+std::optional<Screen> Geo::screen(std::string_view wanted) {
+    for (const auto& screen : attached()) {
+        auto name = uuid(screen);
+        if (name && sameUUID(*name, wanted)) return screen;
+    }
+    return std::nullopt;
+}
+
+std::optional<Screen> Geo::screenContaining(Point point) {
+    for (const auto& screen : attached()) {
+        if (fromCocoa(screen.frame).contains(point)) return screen;
+    }
+    return std::nullopt;
+}
+
+Screen Geo::screenFor(Rect rect) {
+    if (auto under = screenContaining(rect.centre())) return *under;
+    return fallbackScreen();
+}
+
+Point Geo::mouse() { return Platform::displays().pointer(); }
+
+Screen Geo::mouseScreen() {
+    if (auto under = screenContaining(mouse())) return *under;
+    return fallbackScreen();
+}
+
+Rect Geo::fromCocoa(Rect rect) { return rect; }
+
+Rect Geo::toCocoa(Rect rect) { return fromCocoa(rect); }
+
+Rect Geo::clamp(Rect rect, const Screen& screen, double inset) {
+    return clamp(rect, fromCocoa(screen.visibleFrame), inset);
+}
+
+Rect Geo::clamp(Rect rect, Rect visible, double inset) {
+    const double width = std::min(rect.width, visible.width);
+    const double height = std::min(rect.height, visible.height);
+    // The far edge first and the near edge last: when the note cannot fit, its
+    // top-left corner (where its header and text begin) is the part kept on screen.
+    double x = std::min(rect.minX(), visible.maxX() - width + inset);
+    x = std::max(x, visible.minX() - inset);
+    double y = std::min(rect.minY(), visible.maxY() - height + inset);
+    y = std::max(y, visible.minY() - inset);
+    return {x, y, width, height};
+}
+
+}
