@@ -1,0 +1,17 @@
+#pragma once
+#include "geometry/Rect.h"
+
+#include <optional>
+
+namespace marrowleaf {
+
+// Asks the desktop what lies outside the application: whether a point is the
+// bare desktop (an Alt-click there makes a note) and where the trash target is
+// (notes dropped there are deleted). Every failure, and a desktop that does not
+// let us look, reads as the negative answer.
+struct AX {
+    static bool isDesktop(Point point);
+    static std::optional<Rect> trashFrame();
+};
+
+}
