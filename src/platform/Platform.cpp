@@ -30,5 +30,6 @@ FolderEvents& Platform::folders() { return required(installed.folderEvents, "fol
 Screens& Platform::displays() { return required(installed.screens, "screens"); }
 WindowServer& Platform::windowSystem() { return required(installed.windowServer, "windowServer"); }
 Accessibility& Platform::accessibilityProbes() { return required(installed.accessibility, "accessibility"); }
+NoteWindowFactory& Platform::noteWindows() { return required(installed.noteWindowFactory, "noteWindowFactory"); }
 
 }

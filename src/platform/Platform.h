@@ -9,6 +9,7 @@ class FolderEvents;
 class Screens;
 class WindowServer;
 class Accessibility;
+class NoteWindowFactory;
 
 // The desktop services the portable code talks to. The application installs
 // the Linux ones at start; tests install fakes. Whoever installs them keeps
@@ -21,6 +22,7 @@ struct Platform {
     Screens* screens = nullptr;
     WindowServer* windowServer = nullptr;
     Accessibility* accessibility = nullptr;
+    NoteWindowFactory* noteWindowFactory = nullptr;
 
     static const Platform& current();
     static void install(const Platform& platform);
@@ -32,6 +34,7 @@ struct Platform {
     static Screens& displays();
     static WindowServer& windowSystem();
     static Accessibility& accessibilityProbes();
+    static NoteWindowFactory& noteWindows();
 };
 
 }

@@ -4,6 +4,7 @@
 #include "platform/fake/FakeClock.h"
 #include "platform/fake/FakeDefaults.h"
 #include "platform/fake/FakeFolderEvents.h"
+#include "platform/fake/FakeNoteWindow.h"
 #include "platform/fake/FakeScreens.h"
 #include "platform/fake/FakeWindowServer.h"
 
@@ -24,6 +25,7 @@ public:
     FakeScreens screens;
     FakeWindowServer windowServer;
     FakeAccessibility accessibility;
+    FakeNoteWindowFactory noteWindows;
 
     // Re-installs after a test changed a member's wiring.
     void reinstall() { Platform::install(services()); }
@@ -39,6 +41,7 @@ private:
         p.screens = &screens;
         p.windowServer = &windowServer;
         p.accessibility = &accessibility;
+        p.noteWindowFactory = &noteWindows;
         return p;
     }
 };
