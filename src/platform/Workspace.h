@@ -1,6 +1,9 @@
 #pragma once
+#include "platform/Subscription.h"
+
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -16,6 +19,8 @@ public:
     virtual bool openFolder(const std::filesystem::path& folder) = 0;
     // Brings the application forward so its window can take keyboard focus.
     virtual void activate() = 0;
+    // Calls `handler` when the machine wakes from sleep.
+    virtual std::unique_ptr<Subscription> watchWake(std::function<void()> handler) = 0;
 };
 
 // The clipboard, as plain text.

@@ -1,5 +1,6 @@
 #pragma once
 #include "platform/Workspace.h"
+#include "platform/fake/FakeSignal.h"
 
 #include <vector>
 
@@ -18,9 +19,14 @@ public:
         return true;
     }
     void activate() override { ++activations; }
+    std::unique_ptr<Subscription> watchWake(std::function<void()> handler) override {
+        return wake.subscribe(std::move(handler));
+    }
 
     std::vector<std::string> opened;
     int activations = 0;
+    // Emit to play the machine waking from sleep.
+    FakeSignal wake;
 };
 
 // A clipboard in memory that answers at once.

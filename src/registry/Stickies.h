@@ -1,0 +1,140 @@
+#pragma once
+#include "platform/MainQueue.h"
+#include "platform/WindowServer.h"
+#include "storage/Model.h"
+#include "window/StickyController.h"
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <nlohmann/json_fwd.hpp>
+
+namespace marrowleaf {
+
+class FileWatcher;
+class Subscription;
+
+// The one owner of every note while the program runs. It reconciles the note
+// files (the notes' text), the state file (where and how each note shows) and
+// the windows on screen, and carries out what the pages ask for.
+class Stickies {
+public:
+    // Where a note lives, or where the user is now.
+    struct Location {
+        std::string screen;          // the display's UUID
+        std::int64_t desktop = 1;    // one-based among the display's ordinary desktops
+        SpaceId space = 0;           // the window server's id of that desktop
+
+        bool operator==(const Location&) const = default;
+    };
+
+    // A sleeping note as menus list it.
+    struct Snoozed {
+        std::string id;
+        std::string title;
+        std::string label;
+
+        bool operator==(const Snoozed&) const = default;
+    };
+
+    static Stickies& shared();
+
+    Stickies();
+    ~Stickies();
+    Stickies(const Stickies&) = delete;
+    Stickies& operator=(const Stickies&) = delete;
+
+    // --- start-up and sync with the folder
+    void start();
+    void sync();
+    void refresh();
+    void openSticky(const std::string& id, const std::string& content, bool editNow);
+    void commitFrames(const std::vector<std::string>& ids);
+    bool anyOnScreen();
+    // Writes the state once more and any note text still waiting for the disk.
+    void saveAll();
+
+    // --- page messages
+    void handle(StickyController& controller, const std::string& type, const nlohmann::json& body);
+
+    // --- places
+    std::optional<Location> currentLocation();
+    std::optional<Location> resolve(const Record& record);
+    bool hiddenHere(const Location& location) const;
+    static std::string desktopKey(const std::string& screen, std::int64_t desktop);
+
+    // --- selection
+    void setSelected(const std::string& id, bool on);
+    void clearSelection();
+
+    // --- deletion
+    void deleteNotes(const std::vector<std::string>& ids, bool fromTrashDrop);
+    void undoDelete();
+
+    // --- snooze
+    std::vector<Snoozed> snoozed();
+    void unsnooze(const std::string& id);
+    void checkSnoozes();
+
+    // Refreshes, then brings the note's window to the front with keyboard focus.
+    void front(const std::string& id);
+
+    // A one-line name for a note: its first non-blank line without heading,
+    // task or bullet marks, at most 40 characters.
+    static std::string title(const std::string& text);
+
+    AppState state;
+    std::map<std::string, std::unique_ptr<StickyController>> open;
+    std::set<std::string> selected;
+    std::string pageTemplate;
+    std::vector<std::pair<std::string, Record>> lastDeleted;
+
+    static constexpr double snoozeInterval = 20;
+    static constexpr double wakeDelay = 2.0;
+    static constexpr double screenChangeDelay = 0.5;
+    static constexpr double messageSeconds = 1.4;
+    static constexpr double backSeconds = 2.5;
+    static constexpr double windowMargin = 6;
+
+private:
+    std::unique_ptr<FileWatcher> watcher;
+    std::optional<TimerId> snoozeTimer;
+    std::optional<TimerId> screenChangeWork;
+    std::vector<TimerId> pendingWork;
+    std::vector<std::unique_ptr<Subscription>> observers;
+    // Notes whose latest text could not be written; their pages are not
+    // overwritten from disk, and the write is tried again.
+    std::set<std::string> unsaved;
+    // How many times each page was given new text from disk; a save based on
+    // older text than that arrived too late and is dropped.
+    std::map<std::string, long long> contentPushes;
+
+    void observeDesktop();
+    void onFolderChange(const std::vector<std::string>& paths);
+    void later(double seconds, std::function<void()> work);
+    Record makeRecordForStrayFile();
+    bool onScreen(const StickyController& controller) const;
+    // The desktop key and desktop a note should show on now.
+    std::optional<std::pair<std::string, SpaceId>> target(const Record& record);
+    bool isHidden(const std::string& key) const;
+    void place(StickyController& controller, SpaceId space);
+    void closeController(const std::string& id);
+    void writeNote(StickyController& controller, const std::string& text);
+    void retryUnsaved();
+    void pushContent(StickyController& controller, const std::string& text);
+
+    void handleSave(StickyController& controller, const nlohmann::json& body);
+    void handleColor(StickyController& controller, const nlohmann::json& body);
+    void handlePin(StickyController& controller);
+    void handleSnooze(StickyController& controller, const nlohmann::json& body);
+    void handleLink(const nlohmann::json& body);
+    void handleCopy(const nlohmann::json& body);
+    void handlePaste(StickyController& controller);
+};
+
+}

@@ -1,0 +1,342 @@
+#include "registry/Stickies.h"
+
+#include "geometry/Geo.h"
+#include "geometry/Spaces.h"
+#include "platform/Clock.h"
+#include "platform/NoteWindow.h"
+#include "platform/Platform.h"
+#include "platform/Screens.h"
+#include "platform/Workspace.h"
+#include "shell/Config.h"
+#include "shell/Log.h"
+#include "storage/FileWatcher.h"
+#include "storage/Files.h"
+#include "storage/Store.h"
+
+#include <algorithm>
+
+namespace marrowleaf {
+
+namespace {
+
+// Unexpected files cascade down-left from the top-right corner of the screen.
+constexpr double cascadeStep = 24;
+constexpr int cascadeSteps = 6;
+constexpr double cascadeRight = 300;
+constexpr double cascadeTop = 40;
+constexpr double newWidth = 260;
+constexpr double newHeight = 220;
+
+Rect toRect(const Frame& f) { return {f.x, f.y, f.w, f.h}; }
+Frame toFrame(const Rect& r) { return {r.x, r.y, r.width, r.height}; }
+
+bool endsWith(const std::string& text, const std::string& suffix) {
+    return text.size() >= suffix.size() && text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
+}
+
+}
+
+Stickies& Stickies::shared() {
+    static Stickies* instance = new Stickies();   // lives for the process
+    return *instance;
+}
+
+Stickies::Stickies() = default;
+
+Stickies::~Stickies() {
+    observers.clear();
+    watcher.reset();
+    if (!Platform::current().queue) return;
+    if (snoozeTimer) Platform::mainQueue().cancel(*snoozeTimer);
+    if (screenChangeWork) Platform::mainQueue().cancel(*screenChangeWork);
+    for (TimerId work : pendingWork) Platform::mainQueue().cancel(work);
+}
+
+void Stickies::later(double seconds, std::function<void()> work) {
+    auto id = std::make_shared<TimerId>(0);
+    *id = Platform::mainQueue().after(seconds, [this, id, work = std::move(work)] {
+        std::erase(pendingWork, *id);
+        work();
+    });
+    pendingWork.push_back(*id);
+}
+
+void Stickies::start() {
+    Store::ensureDirs();
+    const auto page = Config::stickyHTML();
+    std::string text;
+    if (!page || Store::files().read(*page, text)) {
+        Log::error("sticky.html not found");
+        return;
+    }
+    pageTemplate = std::move(text);
+    state = Store::loadState();
+    sync();
+    watcher = std::make_unique<FileWatcher>(Config::notesDir(),
+                                            [this](const std::vector<std::string>& paths) { onFolderChange(paths); });
+    observeDesktop();
+    snoozeTimer = Platform::mainQueue().every(snoozeInterval, 1.0, [this] { checkSnoozes(); });
+    checkSnoozes();
+}
+
+void Stickies::observeDesktop() {
+    observers.push_back(Platform::windowSystem().watchActiveSpace([this] { refresh(); }));
+    observers.push_back(Platform::desktop().watchWake([this] { later(wakeDelay, [this] { checkSnoozes(); }); }));
+    observers.push_back(Platform::displays().watchChanges([this] {
+        // A re-plug sends a burst of changes; one refresh after it settles is enough.
+        if (screenChangeWork) Platform::mainQueue().cancel(*screenChangeWork);
+        screenChangeWork = Platform::mainQueue().after(screenChangeDelay, [this] {
+            screenChangeWork.reset();
+            refresh();
+        });
+    }));
+}
+
+void Stickies::onFolderChange(const std::vector<std::string>& paths) {
+    const std::string folder = Config::notesDir().string();
+    const bool notesChanged = std::ranges::any_of(paths, [&](const std::string& path) {
+        if (path == folder) return true;   // the system lost track: look at everything again
+        return endsWith(path, Store::noteExtension) && path.find("/.trash/") == std::string::npos;
+    });
+    if (notesChanged) sync();
+}
+
+Record Stickies::makeRecordForStrayFile() {
+    Record record;
+    const auto screens = Platform::displays().all();
+    std::optional<Screen> screen;
+    if (auto here = currentLocation()) {
+        record.screen = here->screen;
+        record.desktop = here->desktop;
+        screen = Geo::mouseScreen();
+    } else {
+        record.screen = Geo::primaryUUID();
+        record.desktop = 1;
+        if (!screens.empty()) screen = screens.front();
+    }
+    const Rect visible = screen ? Geo::toCocoa(screen->visibleFrame) : Rect{0, 0, 1280, 800};
+    const double k = static_cast<double>(open.size() % cascadeSteps);
+    record.frame = {visible.maxX() - cascadeRight - cascadeStep * k, visible.minY() + cascadeTop + cascadeStep * k,
+                    newWidth, newHeight};
+    record.color = "yellow";
+    return record;
+}
+
+void Stickies::sync() {
+    Spaces::update();
+    std::vector<std::string> ids = Store::noteIds();
+    // Ids carry their creation time, so this opens (and cascades) oldest first.
+    std::ranges::sort(ids);
+    const std::set<std::string> present(ids.begin(), ids.end());
+    bool changed = false;
+
+    for (const auto& id : ids) {
+        auto text = Store::read(id);
+        if (!text) continue;
+        if (auto found = open.find(id); found != open.end()) {
+            StickyController& controller = *found->second;
+            if (unsaved.count(id)) {
+                // The page holds newer text than the disk; the disk gets it, not the other way round.
+                retryUnsaved();
+                continue;
+            }
+            if (*text != controller.content) pushContent(controller, *text);
+            continue;
+        }
+        if (!state.stickies.count(id)) {
+            state.stickies[id] = makeRecordForStrayFile();
+            changed = true;
+        }
+        openSticky(id, *text, false);
+    }
+
+    for (auto it = open.begin(); it != open.end();) {
+        const std::string id = it->first;
+        ++it;
+        if (present.count(id)) continue;
+        closeController(id);
+        selected.erase(id);
+        state.stickies.erase(id);
+        changed = true;
+    }
+    for (auto it = state.stickies.begin(); it != state.stickies.end();) {
+        if (present.count(it->first)) {
+            ++it;
+            continue;
+        }
+        it = state.stickies.erase(it);
+        changed = true;
+    }
+    if (changed) Store::saveState(state);
+    refresh();
+}
+
+void Stickies::pushContent(StickyController& controller, const std::string& text) {
+    controller.content = text;
+    ++contentPushes[controller.id];
+    controller.sendContent(text);
+}
+
+void Stickies::openSticky(const std::string& id, const std::string& content, bool editNow) {
+    auto found = state.stickies.find(id);
+    if (found == state.stickies.end()) return;
+    Record& record = found->second;
+    const auto screens = Platform::displays().all();
+    std::optional<Screen> screen = Geo::screen(record.screen);
+    if (!screen && !screens.empty()) screen = screens.front();
+    if (screen) record.frame = toFrame(Geo::clamp(toRect(record.frame), *screen, windowMargin));
+    open[id] = std::make_unique<StickyController>(
+        id, content, record, editNow, pageTemplate,
+        [this](StickyController& controller, const std::string& type, const nlohmann::json& body) {
+            handle(controller, type, body);
+        });
+}
+
+void Stickies::closeController(const std::string& id) {
+    auto found = open.find(id);
+    if (found == open.end()) return;
+    found->second->close();
+    open.erase(found);
+    contentPushes.erase(id);
+    unsaved.erase(id);
+}
+
+std::optional<std::pair<std::string, SpaceId>> Stickies::target(const Record& record) {
+    std::string uuid = Geo::primaryUUID();
+    if (auto attached = Geo::screen(record.screen)) uuid = Geo::uuid(*attached).value_or(record.screen);
+    std::optional<DisplaySpaces> display = Spaces::display(uuid);
+    if (!display && !Spaces::displays().empty()) display = Spaces::displays().front();
+    if (!display) return std::nullopt;
+    const auto users = display->userSpaces();
+    if (users.empty()) return std::nullopt;
+    const auto count = static_cast<std::int64_t>(users.size());
+    const std::int64_t number = std::min(count, std::max<std::int64_t>(record.desktop, 1));
+    return std::make_pair(desktopKey(uuid, number), users[number - 1]);
+}
+
+void Stickies::refresh() {
+    Spaces::update();
+    const double now = Platform::systemClock().now();
+    for (auto& [id, controllerPointer] : open) {
+        StickyController& controller = *controllerPointer;
+        auto found = state.stickies.find(id);
+        if (found == state.stickies.end()) continue;
+        const Record& record = found->second;
+
+        const WindowLevel level = StickyController::level(record.pinned.value_or(false));
+        if (controller.window().level() != level) controller.window().setLevel(level);
+
+        const auto where = target(record);
+        const bool asleep = record.snoozeUntil && now < *record.snoozeUntil;
+        const bool show = where && !isHidden(where->first) && !asleep;
+        const SpaceId space = where ? where->second : 0;
+
+        if (controller.visible && !(show && controller.placed == space)) {
+            controller.window().orderOut();
+            controller.visible = false;
+            controller.placed.reset();
+        }
+        if (show && !controller.visible) place(controller, space);
+
+        if (!onScreen(controller) && selected.count(id)) {
+            selected.erase(id);
+            controller.sendSelected(false);
+        }
+    }
+}
+
+// Shows a note that should be seen on its desktop, in front of the user or
+// (once per note) on a desktop that is not in front.
+void Stickies::place(StickyController& controller, SpaceId space) {
+    if (Spaces::active().count(space)) {
+        controller.window().orderFront();
+        controller.visible = true;
+        controller.placed = space;
+        return;
+    }
+    const SpaceId focused = Platform::windowSystem().focusedSpace();
+    const auto focusedType = Spaces::typeOf(focused);
+    if (!controller.remoteTried && focusedType && *focusedType == WindowServer::ordinaryType) {
+        NoteWindow& window = controller.window();
+        window.setAlpha(0);
+        window.orderFront();
+        if (Spaces::move(window.windowNumber(), space)) {
+            window.setAlpha(1);
+            controller.visible = true;
+            controller.placed = space;
+            return;
+        }
+        window.orderOut();
+        window.setAlpha(1);
+    }
+    // Placing on a desktop that is not in front is tried once; after that the
+    // note waits until its desktop comes to the front.
+    controller.remoteTried = true;
+}
+
+bool Stickies::onScreen(const StickyController& controller) const {
+    return controller.visible && controller.placed && Spaces::active().count(*controller.placed);
+}
+
+void Stickies::commitFrames(const std::vector<std::string>& ids) {
+    Spaces::update();
+    for (const auto& id : ids) {
+        auto controller = open.find(id);
+        auto record = state.stickies.find(id);
+        if (controller == open.end() || record == state.stickies.end()) continue;
+        const Rect frame = Geo::toCocoa(controller->second->window().frame());
+        record->second.frame = toFrame(frame);
+        auto screen = Geo::screenContaining(frame.centre());
+        if (!screen) continue;
+        auto uuid = Geo::uuid(*screen);
+        if (!uuid) continue;
+        record->second.screen = *uuid;
+        auto display = Spaces::display(*uuid);
+        if (!display) continue;
+        const auto users = display->userSpaces();
+        const auto windowSpaces = Spaces::spacesForWindow(controller->second->window().windowNumber());
+        for (std::size_t i = 0; i < users.size(); ++i) {
+            if (std::ranges::find(windowSpaces, users[i]) != windowSpaces.end()) {
+                record->second.desktop = static_cast<std::int64_t>(i + 1);
+                break;
+            }
+        }
+    }
+    Store::saveState(state);
+}
+
+bool Stickies::anyOnScreen() {
+    Spaces::update();
+    return std::ranges::any_of(open, [this](const auto& entry) { return onScreen(*entry.second); });
+}
+
+void Stickies::saveAll() {
+    retryUnsaved();
+    Store::saveState(state);
+}
+
+void Stickies::writeNote(StickyController& controller, const std::string& text) {
+    controller.content = text;
+    if (Store::write(controller.id, text)) {
+        unsaved.erase(controller.id);
+        return;
+    }
+    // Keep the text: the page and the controller hold it, and the next save or sync tries again.
+    unsaved.insert(controller.id);
+}
+
+void Stickies::retryUnsaved() {
+    for (auto it = unsaved.begin(); it != unsaved.end();) {
+        auto controller = open.find(*it);
+        if (controller == open.end()) {
+            it = unsaved.erase(it);
+            continue;
+        }
+        if (Store::write(*it, controller->second->content))
+            it = unsaved.erase(it);
+        else
+            ++it;
+    }
+}
+
+}
