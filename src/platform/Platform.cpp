@@ -31,5 +31,9 @@ Screens& Platform::displays() { return required(installed.screens, "screens"); }
 WindowServer& Platform::windowSystem() { return required(installed.windowServer, "windowServer"); }
 Accessibility& Platform::accessibilityProbes() { return required(installed.accessibility, "accessibility"); }
 NoteWindowFactory& Platform::noteWindows() { return required(installed.noteWindowFactory, "noteWindowFactory"); }
+HudView& Platform::hud() { return required(installed.hudView, "hudView"); }
+Workspace& Platform::desktop() { return required(installed.workspace, "workspace"); }
+Pasteboard& Platform::clipboard() { return required(installed.pasteboard, "pasteboard"); }
+Sounds& Platform::eventSounds() { return required(installed.sounds, "sounds"); }
 
 }

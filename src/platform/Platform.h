@@ -10,6 +10,10 @@ class Screens;
 class WindowServer;
 class Accessibility;
 class NoteWindowFactory;
+class HudView;
+class Workspace;
+class Pasteboard;
+class Sounds;
 
 // The desktop services the portable code talks to. The application installs
 // the Linux ones at start; tests install fakes. Whoever installs them keeps
@@ -23,6 +27,10 @@ struct Platform {
     WindowServer* windowServer = nullptr;
     Accessibility* accessibility = nullptr;
     NoteWindowFactory* noteWindowFactory = nullptr;
+    HudView* hudView = nullptr;
+    Workspace* workspace = nullptr;
+    Pasteboard* pasteboard = nullptr;
+    Sounds* sounds = nullptr;
 
     static const Platform& current();
     static void install(const Platform& platform);
@@ -35,6 +43,10 @@ struct Platform {
     static WindowServer& windowSystem();
     static Accessibility& accessibilityProbes();
     static NoteWindowFactory& noteWindows();
+    static HudView& hud();
+    static Workspace& desktop();
+    static Pasteboard& clipboard();
+    static Sounds& eventSounds();
 };
 
 }

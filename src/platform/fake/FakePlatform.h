@@ -4,6 +4,8 @@
 #include "platform/fake/FakeClock.h"
 #include "platform/fake/FakeDefaults.h"
 #include "platform/fake/FakeFolderEvents.h"
+#include "platform/fake/FakeHudView.h"
+#include "platform/fake/FakeWorkspace.h"
 #include "platform/fake/FakeNoteWindow.h"
 #include "platform/fake/FakeScreens.h"
 #include "platform/fake/FakeWindowServer.h"
@@ -26,6 +28,10 @@ public:
     FakeWindowServer windowServer;
     FakeAccessibility accessibility;
     FakeNoteWindowFactory noteWindows;
+    FakeHudView hud;
+    FakeWorkspace workspace;
+    FakePasteboard pasteboard;
+    FakeSounds sounds;
 
     // Re-installs after a test changed a member's wiring.
     void reinstall() { Platform::install(services()); }
@@ -42,6 +48,10 @@ private:
         p.windowServer = &windowServer;
         p.accessibility = &accessibility;
         p.noteWindowFactory = &noteWindows;
+        p.hudView = &hud;
+        p.workspace = &workspace;
+        p.pasteboard = &pasteboard;
+        p.sounds = &sounds;
         return p;
     }
 };
