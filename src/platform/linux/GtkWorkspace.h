@@ -11,6 +11,8 @@ public:
     bool openURL(const std::string& url) override;
     bool openFolder(const std::filesystem::path& folder) override;
     void activate() override;
+    // logind's PrepareForSleep(false) on the system bus; nothing without one.
+    std::unique_ptr<Subscription> watchWake(std::function<void()> handler) override;
 };
 
 // The CLIPBOARD selection, as plain text.
