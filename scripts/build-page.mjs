@@ -1,0 +1,126 @@
+#!/usr/bin/env node
+// Builds the note page the app loads from Resources/sticky.html:
+//   - each "/* @inline <package file> */" line in the page's one executable
+//     script is replaced by that file from node_modules (markdown-it, DOMPurify);
+//   - the SHA-256 of the finished script is written into the page's
+//     Content-Security-Policy in place of {{SCRIPT_HASH}}, so that script is
+//     the only one the page will ever run.
+//
+// The app fills the page's placeholders later, outside the script, so the hash
+// stays valid. The checks below fail the build rather than ship a page whose
+// script the HTML parser would cut short or the app would rewrite.
+//
+// usage: node scripts/build-page.mjs --modules <node_modules> --out <page>
+//                                    [--template Resources/sticky.html]
+
+import { createHash } from "node:crypto";
+import { mkdirSync, readFileSync, writeFileSync } from "node:fs";
+import path from "node:path";
+import { fileURLToPath } from "node:url";
+
+const root = path.resolve(path.dirname(fileURLToPath(import.meta.url)), "..");
+const PLACEHOLDERS = ["BG", "FG", "BAR", "COLOR", "COLORS", "CONTENT", "EDIT"];
+const HASH_SLOT = "{{SCRIPT_HASH}}";
+const INLINE_LINE = /^[ \t]*\/\* @inline (\S+) \*\/[ \t]*$/gm;
+const EXECUTABLE_SCRIPT = /<script>([\s\S]*?)<\/script>/g;
+
+function fail(message) {
+  console.error(`build-page: ${message}`);
+  process.exit(1);
+}
+
+function options(argv) {
+  const result = { template: path.join(root, "Resources", "sticky.html") };
+  for (let i = 0; i < argv.length; i += 2) {
+    const [name, value] = [argv[i], argv[i + 1]];
+    if (!["--template", "--modules", "--out"].includes(name) || value === undefined) {
+      fail(`unknown or incomplete option ${name}`);
+    }
+    result[name.slice(2)] = path.resolve(value);
+  }
+  if (!result.modules || !result.out) fail("--modules and --out are required");
+  return result;
+}
+
+// The HTML parser turns CR LF and lone CR into LF before the policy hashes a
+// script, so the page is written with LF only and hashed as the parser sees it.
+function normalizeNewlines(text) {
+  return text.replace(/\r\n?/g, "\n");
+}
+
+function readText(file) {
+  try {
+    return normalizeNewlines(readFileSync(file, "utf8"));
+  } catch (error) {
+    fail(`can't read ${file}: ${error.message}`);
+  }
+}
+
+function libraryText(modules, file) {
+  const text = readText(path.join(modules, file))
+    .replace(/^\/\/# sourceMappingURL=.*$/gm, "")
+    .trim();
+  if (/<\/script/i.test(text)) fail(`${file} contains "</script" and can't be inlined`);
+  return text;
+}
+
+// Inside a script, "<!--" followed later by "<script" switches the HTML parser
+// into a state where "</script>" no longer ends the element.
+function checkScript(script) {
+  if (/<script[\s/>]/i.test(script)) fail('the page script contains "<script" and would confuse the HTML parser');
+  const token = new RegExp(`__(?:${PLACEHOLDERS.join("|")})__`).exec(script);
+  if (token) fail(`the page script contains the placeholder ${token[0]}, which the app would replace`);
+}
+
+// A note's text may only land in the JSON data block, and colours also in the
+// style sheet: anywhere else (a comment, an attribute) the text could become markup.
+function checkPage(page) {
+  const policy = page.search(/<meta http-equiv="Content-Security-Policy"/i);
+  const firstScript = page.search(/<script[\s>]/i);
+  if (policy < 0 || policy > firstScript) fail("the Content-Security-Policy must come before any script");
+  if (page.split(HASH_SLOT).length !== 2) fail(`the page must hold ${HASH_SLOT} exactly once`);
+
+  const data = /<script type="application\/json" id="data">([\s\S]*?)<\/script>/.exec(page);
+  if (!data) fail('the page has no <script type="application/json" id="data"> block');
+  for (const name of PLACEHOLDERS) {
+    if (!data[1].includes(`__${name}__`)) fail(`the data block never uses the placeholder for ${name}`);
+  }
+  const styles = [...page.matchAll(/<style>([\s\S]*?)<\/style>/g)].map((m) => m[0]);
+  let rest = page.replace(data[0], "");
+  for (const style of styles) {
+    if (/__(?:COLOR|COLORS|CONTENT|EDIT)__/.test(style)) fail("only colour placeholders may appear in a style sheet");
+    rest = rest.replace(style, "");
+  }
+  const stray = new RegExp(`__(?:${PLACEHOLDERS.join("|")})__`).exec(rest);
+  if (stray) fail(`the placeholder ${stray[0]} appears outside the data block and the style sheet`);
+}
+
+function build({ template, modules, out }) {
+  const source = readText(template);
+  checkPage(source);
+
+  const scripts = [...source.matchAll(EXECUTABLE_SCRIPT)];
+  if (scripts.length !== 1) fail(`expected one executable <script>, found ${scripts.length}`);
+  const [whole, body] = scripts[0];
+
+  const inlined = new Set();
+  const script = body.replace(INLINE_LINE, (line, file) => {
+    if (inlined.has(file)) fail(`${file} is inlined twice`);
+    inlined.add(file);
+    return libraryText(modules, file);
+  });
+  if (inlined.size === 0) fail("the page script inlines no library");
+  checkScript(script);
+
+  const hash = createHash("sha256").update(script, "utf8").digest("base64");
+  const page = source
+    .replace(whole, () => `<script>${script}</script>`)
+    .replace(HASH_SLOT, `sha256-${hash}`);
+
+  mkdirSync(path.dirname(out), { recursive: true });
+  writeFileSync(out, page, "utf8");
+  console.log(`build-page: wrote ${path.relative(process.cwd(), out) || out} ` +
+    `(${Buffer.byteLength(page)} bytes, script sha256-${hash})`);
+}
+
+build(options(process.argv.slice(2)));
