@@ -1,0 +1,38 @@
+# The note page: Resources/sticky.html with markdown-it and DOMPurify inlined and
+# its script pinned by hash in the page's Content-Security-Policy. The libraries
+# come from the npm registry at the versions package-lock.json pins; they are
+# installed into the build folder, so the source tree stays clean.
+
+find_program(NODE_EXECUTABLE node REQUIRED)
+find_program(NPM_EXECUTABLE npm REQUIRED)
+
+set(MARROWLEAF_PAGE_NPM_DIR ${CMAKE_BINARY_DIR}/page-npm)
+set(MARROWLEAF_PAGE_NPM_STAMP ${MARROWLEAF_PAGE_NPM_DIR}/installed.stamp)
+set(MARROWLEAF_PAGE ${CMAKE_BINARY_DIR}/Resources/sticky.html)
+
+add_custom_command(
+  OUTPUT ${MARROWLEAF_PAGE_NPM_STAMP}
+  COMMAND ${CMAKE_COMMAND} -E make_directory ${MARROWLEAF_PAGE_NPM_DIR}
+  COMMAND ${CMAKE_COMMAND} -E copy_if_different
+          ${CMAKE_SOURCE_DIR}/package.json ${CMAKE_SOURCE_DIR}/package-lock.json ${MARROWLEAF_PAGE_NPM_DIR}
+  COMMAND ${NPM_EXECUTABLE} ci --no-audit --no-fund --prefix ${MARROWLEAF_PAGE_NPM_DIR}
+  COMMAND ${CMAKE_COMMAND} -E touch ${MARROWLEAF_PAGE_NPM_STAMP}
+  DEPENDS ${CMAKE_SOURCE_DIR}/package.json ${CMAKE_SOURCE_DIR}/package-lock.json
+  COMMENT "Installing the note page's libraries (npm ci)"
+  VERBATIM)
+
+add_custom_command(
+  OUTPUT ${MARROWLEAF_PAGE}
+  COMMAND ${NODE_EXECUTABLE} ${CMAKE_SOURCE_DIR}/scripts/build-page.mjs
+          --template ${CMAKE_SOURCE_DIR}/Resources/sticky.html
+          --modules ${MARROWLEAF_PAGE_NPM_DIR}/node_modules
+          --out ${MARROWLEAF_PAGE}
+  DEPENDS ${CMAKE_SOURCE_DIR}/Resources/sticky.html ${CMAKE_SOURCE_DIR}/scripts/build-page.mjs
+          ${MARROWLEAF_PAGE_NPM_STAMP}
+  COMMENT "Building the note page"
+  VERBATIM)
+
+add_custom_target(marrowleaf_page ALL DEPENDS ${MARROWLEAF_PAGE})
+add_dependencies(marrowleaf marrowleaf_page)
+
+install(FILES ${MARROWLEAF_PAGE} DESTINATION ${CMAKE_INSTALL_DATADIR}/marrowleaf)
