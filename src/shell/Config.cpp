@@ -77,12 +77,10 @@ ConfigSources Config::processSources(int argc, char** argv) {
     s.version = std::string(MARROWLEAF_VERSION);
 #endif
     s.appName = std::string("Marrowleaf");
-#ifdef MARROWLEAF_DATADIR
-    s.dataDirs.push_back(MARROWLEAF_DATADIR);
-#endif
-    // A build installed under any prefix finds its page relative to the program too.
+    // An installed program reads the page installed beside it; a program in a
+    // build folder finds the page built beside it by walking up.
     std::error_code error;
-    if (auto self = fs::read_symlink("/proc/self/exe", error); !error)
+    if (auto self = fs::read_symlink("/proc/self/exe", error); !error && self.parent_path().filename() == "bin")
         s.dataDirs.push_back(self.parent_path().parent_path() / "share" / "marrowleaf");
     return s;
 }
