@@ -10,7 +10,7 @@ packages=(
   libatspi2.0-dev libayatana-appindicator3-dev libnotify-dev libcanberra-dev
   nlohmann-json3-dev libutf8proc-dev libsodium-dev
   libgtest-dev libgmock-dev googletest
-  xvfb openbox xdotool wmctrl x11-utils x11-xserver-utils dbus dbus-x11 python3-dbus
+  xvfb openbox xdotool wmctrl x11-utils x11-xserver-utils dbus dbus-x11 python3-dbus xcompmgr
 )
 
 # The machine may already carry its own Node.js with npm; Debian's npm would conflict with it.

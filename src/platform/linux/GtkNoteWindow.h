@@ -1,0 +1,116 @@
+#pragma once
+#include "platform/NoteWindow.h"
+
+#include <deque>
+#include <set>
+
+typedef struct _GtkWidget GtkWidget;
+typedef struct _WebKitWebView WebKitWebView;
+typedef struct _WebKitWebContext WebKitWebContext;
+typedef struct _WebKitSettings WebKitSettings;
+typedef struct _WebKitUserContentManager WebKitUserContentManager;
+
+namespace marrowleaf {
+
+class GtkNoteWindowFactory;
+
+// A note window on X11: an undecorated GTK window with an alpha channel, out
+// of task bars and pagers, holding a WebKitGTK view whose page background is
+// transparent. On a screen without a compositing manager the window is shaped
+// to the note's rounded body, so its transparent margin never shows black.
+class GtkNoteWindow : public NoteWindow {
+public:
+    GtkNoteWindow(GtkNoteWindowFactory& factory, Rect frame, WindowLevel level);
+    ~GtkNoteWindow() override;
+    GtkNoteWindow(const GtkNoteWindow&) = delete;
+    GtkNoteWindow& operator=(const GtkNoteWindow&) = delete;
+
+    Rect frame() const override;
+    void setFrame(Rect frame) override;
+    void orderFront() override;
+    void orderOut() override;
+    void setAlpha(double alpha) override;
+    WindowLevel level() const override { return currentLevel; }
+    void setLevel(WindowLevel level) override;
+    void focus() override;
+    void close() override;
+    WindowNumber windowNumber() const override;
+    void loadPage(const std::string& html) override;
+    void runScript(const std::string& script) override;
+    void setMessageHandler(MessageHandler handler) override { messageHandler = std::move(handler); }
+    void setPageLostHandler(PageLostHandler handler) override { pageLostHandler = std::move(handler); }
+
+    // Whether the page has finished loading since the last `loadPage`.
+    bool pageLoaded() const { return loaded; }
+    // The web view, for tests that drive the page directly.
+    WebKitWebView* webView() const { return view; }
+
+private:
+    friend class GtkNoteWindowFactory;
+
+    GtkNoteWindowFactory& factory;
+    GtkWidget* window = nullptr;
+    WebKitWebView* view = nullptr;
+    WebKitUserContentManager* contentManager = nullptr;
+    WindowLevel currentLevel;
+    // The frame as last asked for or last reported by the window manager.
+    Rect current;
+    // Frames asked for that the window has not reached yet; until it has, the
+    // window manager's reports describe older requests.
+    struct Request {
+        Rect frame;
+        long long at;   // monotonic microseconds
+    };
+    std::deque<Request> requested;
+    bool loaded = false;
+    bool awaitingMap = false;
+    bool shapedForNoCompositor = false;
+    unsigned long compositedChangedId = 0;
+    MessageHandler messageHandler;
+    PageLostHandler pageLostHandler;
+
+    void makeWindow(Rect frame);
+    void makeView();
+    void applyLevel();
+    void updateShape();
+    void configured();
+    Rect actualFrame() const;
+    void messageArrived(const char* jsonText);
+    void pageLost();
+
+    static void onScriptMessage(WebKitUserContentManager*, void* result, GtkNoteWindow* self);
+    static int onDecidePolicy(WebKitWebView*, void* decision, int type, GtkNoteWindow* self);
+    static void onLoadChanged(WebKitWebView*, int event, GtkNoteWindow* self);
+    static void onWebProcessTerminated(WebKitWebView*, int reason, GtkNoteWindow* self);
+};
+
+// Makes note windows whose pages all share one web process: every view is
+// related to one hidden view that never shows a page. When that process
+// ends, every note's page is loaded again within a second and the event is
+// logged. GTK must be initialised before the factory is made.
+class GtkNoteWindowFactory : public NoteWindowFactory {
+public:
+    GtkNoteWindowFactory();
+    ~GtkNoteWindowFactory() override;
+    GtkNoteWindowFactory(const GtkNoteWindowFactory&) = delete;
+    GtkNoteWindowFactory& operator=(const GtkNoteWindowFactory&) = delete;
+
+    std::unique_ptr<NoteWindow> create(Rect frame, WindowLevel level) override;
+
+    // How long after the web process ended the pages are loaded again.
+    static constexpr unsigned reloadDelayMs = 250;
+
+private:
+    friend class GtkNoteWindow;
+
+    WebKitWebContext* context = nullptr;
+    WebKitSettings* settings = nullptr;
+    WebKitWebView* sharedView = nullptr;
+    std::set<GtkNoteWindow*> live;
+    unsigned reloadSource = 0;
+
+    void webProcessEnded(int reason);
+    void reloadAll();
+};
+
+}
