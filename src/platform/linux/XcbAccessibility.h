@@ -1,0 +1,46 @@
+#pragma once
+#include "platform/Accessibility.h"
+
+#include <xcb/xcb.h>
+
+#include <memory>
+#include <sys/types.h>
+#include <unistd.h>
+
+namespace marrowleaf {
+
+class AtspiDesktopIcons;
+class XcbConnection;
+
+// What lies on the X screen at a point: the top-level window there in
+// stacking order, unmapped ones skipped. No window, or the window manager's
+// desktop window (_NET_WM_WINDOW_TYPE_DESKTOP), is the desktop, unless the
+// program that draws the desktop shows an icon there over AT-SPI. Windows of
+// `ownProcess` (by _NET_WM_PID) are ours, whatever their type.
+class XcbAccessibility : public Accessibility {
+public:
+    explicit XcbAccessibility(XcbConnection& connection, pid_t ownProcess = getpid());
+    ~XcbAccessibility() override;
+    XcbAccessibility(const XcbAccessibility&) = delete;
+    XcbAccessibility& operator=(const XcbAccessibility&) = delete;
+
+    // An X session (not Xwayland) with XInput 2.2, which the desktop clicks need.
+    bool trusted() const override;
+    DesktopHit whatIsAt(Point point) const override;
+    // No trash target yet: nothing.
+    std::optional<Rect> trashTarget() const override;
+
+private:
+    struct TopLevel;
+
+    XcbConnection& x;
+    pid_t own;
+    bool inputExtension = false;
+    std::unique_ptr<AtspiDesktopIcons> icons;
+
+    std::optional<TopLevel> topLevelAt(Point point) const;
+    xcb_window_t clientOf(xcb_window_t topLevel) const;
+    bool checkTrust() const;
+};
+
+}
