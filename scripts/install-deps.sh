@@ -11,6 +11,8 @@ packages=(
   nlohmann-json3-dev libutf8proc-dev libsodium-dev
   libgtest-dev libgmock-dev googletest
   xvfb openbox xdotool wmctrl x11-utils x11-xserver-utils dbus dbus-x11 python3-dbus xcompmgr
+  # a desktop that shows its icons over AT-SPI, for the desktop probe's tests and figures
+  pcmanfm libatk-adaptor
 )
 
 # The machine may already carry its own Node.js with npm; Debian's npm would conflict with it.
