@@ -116,10 +116,14 @@ bool StickyController::receive(const nlohmann::json& body) {
 void StickyController::reloadPage() {
     Record look;
     look.color = shownColor;
+    contentVersion = 0;
     noteWindow->loadPage(page(*pageTemplate, look, content, false));
 }
 
-void StickyController::sendContent(const std::string& text) { noteWindow->runScript(setContentScript(text)); }
+void StickyController::sendContent(const std::string& text) {
+    ++contentVersion;
+    noteWindow->runScript(setContentScript(text));
+}
 
 void StickyController::sendColor(const StickyColor& color) {
     shownColor = color.name;

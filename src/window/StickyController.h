@@ -44,6 +44,10 @@ public:
     // Width of the page's button strip at the right of the header, in points,
     // as the page reports it; hit testing keeps presses there out of the drag strip.
     double buttonsWidth = defaultButtonsWidth;
+    // How many texts `sendContent` gave the page since it was last loaded. The
+    // page counts them too and says in a "save" how many it had seen, so a
+    // save typed before the latest text arrived can be told apart.
+    int contentVersion = 0;
 
     static constexpr double defaultButtonsWidth = 90;
     // The level of a note while it is dragged: above the trash target and

@@ -479,6 +479,17 @@ TEST_F(NotePage, setContentReplacesTheTextWithoutSavingIt) {
     EXPECT_TRUE(messagesOfType("save").empty());
 }
 
+TEST_F(NotePage, aSaveSaysHowManyTextsThePageHadBeenSent) {
+    StickyController& note = openLoaded("one", defaultRecord(), true);
+    note.sendContent("two");
+    note.sendContent("three");
+    run(note, "document.getElementById('editor').value += ' and more'; "
+              "document.getElementById('editor').dispatchEvent(new Event('input')); 1");
+    ASSERT_TRUE(waitForSave("three and more"));
+    EXPECT_EQ(messagesOfType("save").back().body["v"], note.contentVersion);
+    EXPECT_EQ(note.contentVersion, 2);
+}
+
 TEST_F(NotePage, setColorRepaintsTheNote) {
     StickyController& note = openLoaded("x");
     note.sendColor(StickyColor::named("mocha"));

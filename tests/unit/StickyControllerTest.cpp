@@ -281,6 +281,7 @@ struct Shape {
 const Shape pageMessages[] = {
     {"save", R"({"t":"save","c":"the whole\nnote"})"},
     {"save of an empty note", R"({"t":"save","c":""})"},
+    {"save with the number of texts the page had seen", R"({"t":"save","c":"x","v":3})"},
     {"focus", R"({"t":"focus"})"},
     {"bar", R"({"t":"bar","w":112})"},
     {"bar with a fraction", R"({"t":"bar","w":87.5})"},
@@ -414,6 +415,23 @@ TEST_F(StickyControllerTest, reloadsALostPageInTheColourLastSent) {
     controller->sendColor(StickyColor::named("mocha"));
     window().losePage();
     EXPECT_THAT(window().pages, ElementsAre("\"pink\" #ffd1e0", "\"pink\" #ffd1e0", "\"mocha\" #313244"));
+}
+
+TEST_F(StickyControllerTest, countsTheTextsSentToThePage) {
+    auto controller = open();
+    EXPECT_EQ(controller->contentVersion, 0);
+    controller->sendContent("one");
+    controller->sendContent("two");
+    EXPECT_EQ(controller->contentVersion, 2);
+}
+
+TEST_F(StickyControllerTest, startsCountingTextsAgainWhenALostPageIsReloaded) {
+    auto controller = open();
+    controller->sendContent("one");
+    window().losePage();
+    EXPECT_EQ(controller->contentVersion, 0);
+    controller->sendContent("two");
+    EXPECT_EQ(controller->contentVersion, 1);
 }
 
 TEST_F(StickyControllerTest, reloadsNothingOnceClosed) {
