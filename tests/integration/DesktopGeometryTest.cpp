@@ -406,6 +406,13 @@ TEST_F(DesktopGeometry, twoMonitorsMadeWithSetmonitorAreTwoDisplaysSideBySide) {
     EXPECT_EQ(Spaces::displays()[1].userSpaces(), (std::vector<SpaceId>{1, 2, 3, 4}));
 }
 
+TEST_F(DesktopGeometry, monitorsMadeWithSetmonitorAreAnnounced) {
+    int announced = 0;
+    auto watch = screens.watchChanges([&] { ++announced; });
+    splitIntoTwoMonitors(session);
+    EXPECT_TRUE(runMainContextUntil([&] { return announced > 0; }));
+}
+
 TEST_F(DesktopGeometry, thePrimaryMonitorComesFirstThoughMadeLast) {
     const std::string size =
         std::to_string(screenWidth / 2) + "/169x" + std::to_string(screenHeight) + "/212";
