@@ -375,6 +375,11 @@ void GtkNoteWindow::onWebProcessTerminated(WebKitWebView*, int reason, GtkNoteWi
 // ---------------------------------------------------------------- the factory
 
 GtkNoteWindowFactory::GtkNoteWindowFactory() {
+    // Note pages run little script, and without the script compiler each
+    // page's heap is about a quarter smaller (bench/notes-memory: 3.5 instead
+    // of 4.7 MB per note). The web process reads this when it starts, so it is
+    // set before the first one does; a value the user set wins.
+    g_setenv("JSC_useJIT", "0", FALSE);
     // Nothing of a note is kept on disk by the engine: no caches, no storage.
     context = webkit_web_context_new_ephemeral();
     webkit_web_context_set_cache_model(context, WEBKIT_CACHE_MODEL_DOCUMENT_VIEWER);
