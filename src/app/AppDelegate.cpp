@@ -1,8 +1,10 @@
 #include "app/AppDelegate.h"
 
+#include "app/LinuxDesktop.h"
+#include "app/TestInterface.h"
+#include "registry/Stickies.h"
 #include "shell/Config.h"
 #include "shell/Log.h"
-#include "storage/Store.h"
 
 #include <glib-unix.h>
 #include <gtk/gtk.h>
@@ -37,7 +39,10 @@ AppDelegate::AppDelegate()
                              this);
 }
 
-AppDelegate::~AppDelegate() { g_object_unref(application); }
+AppDelegate::~AppDelegate() {
+    testInterface.reset();
+    g_object_unref(application);
+}
 
 int AppDelegate::run(int argc, char** argv) { return g_application_run(G_APPLICATION(application), argc, argv); }
 
@@ -46,8 +51,12 @@ void AppDelegate::applicationDidFinishLaunching() {
     Log::setFile(Config::logFile());
     Log::info("launching " + Config::appName() + " " + Config::version() + ", notes in " +
               Config::notesDir().string());
+    desktop = std::make_unique<LinuxDesktop>();
+    desktop->install();
     installMainMenu();
-    Store::ensureDirs();
+    Stickies::shared().start();
+    if (TestInterface::wanted())
+        testInterface = std::make_unique<TestInterface>(g_application_get_dbus_connection(G_APPLICATION(application)));
 
     // No window of its own: the application lives until it is told to quit.
     g_application_hold(G_APPLICATION(application));
@@ -57,6 +66,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 void AppDelegate::applicationWillTerminate() {
     if (!launched) return;
+    Stickies::shared().saveAll();
     Log::info("quitting");
     Log::flush();
 }

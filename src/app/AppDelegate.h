@@ -1,4 +1,5 @@
 #pragma once
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -6,6 +7,9 @@ typedef struct _GtkApplication GtkApplication;
 typedef struct _GApplicationCommandLine GApplicationCommandLine;
 
 namespace marrowleaf {
+
+struct LinuxDesktop;
+class TestInterface;
 
 // The single-instance application around the core: starts the subsystems in
 // order when launching has finished, carries out command lines (its own and
@@ -24,6 +28,8 @@ public:
 private:
     GtkApplication* application;
     bool launched = false;
+    std::unique_ptr<LinuxDesktop> desktop;
+    std::unique_ptr<TestInterface> testInterface;
 
     void applicationDidFinishLaunching();
     void applicationWillTerminate();

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <nlohmann/json_fwd.hpp>
@@ -55,6 +56,9 @@ public:
     virtual void loadPage(const std::string& html) = 0;
     // Runs a script in the page; its result and errors are ignored.
     virtual void runScript(const std::string& script) = 0;
+    // Runs a script and hands its result, as JSON text, to `done` on the main
+    // queue; nothing when the script failed or its result is not JSON.
+    virtual void evaluate(const std::string& script, std::function<void(std::optional<std::string> json)> done) = 0;
     // Sets who hears the page's messages; an empty handler stops deliveries.
     virtual void setMessageHandler(MessageHandler handler) = 0;
     // Sets who is told when the page was lost (its renderer went away), so the

@@ -110,9 +110,6 @@ private:
     // Notes whose latest text could not be written; their pages are not
     // overwritten from disk, and the write is tried again.
     std::set<std::string> unsaved;
-    // How many times each page was given new text from disk; a save based on
-    // older text than that arrived too late and is dropped.
-    std::map<std::string, long long> contentPushes;
 
     void observeDesktop();
     void onFolderChange(const std::vector<std::string>& paths);

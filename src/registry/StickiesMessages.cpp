@@ -49,7 +49,7 @@ void Stickies::handleSave(StickyController& controller, const nlohmann::json& bo
     if (!text) return;
     // A page that had not yet seen the text last read from disk sends what the
     // file no longer holds: the file wins.
-    if (auto seen = numberAt(body, "v"); seen && *seen < static_cast<double>(contentPushes[controller.id])) return;
+    if (auto seen = numberAt(body, "v"); seen && *seen < controller.contentVersion) return;
     writeNote(controller, *text);
 }
 

@@ -173,7 +173,6 @@ void Stickies::sync() {
 
 void Stickies::pushContent(StickyController& controller, const std::string& text) {
     controller.content = text;
-    ++contentPushes[controller.id];
     controller.sendContent(text);
 }
 
@@ -197,7 +196,6 @@ void Stickies::closeController(const std::string& id) {
     if (found == open.end()) return;
     found->second->close();
     open.erase(found);
-    contentPushes.erase(id);
     unsaved.erase(id);
 }
 

@@ -28,6 +28,12 @@ public:
     WindowNumber windowNumber() const override { return number; }
     void loadPage(const std::string& html) override;
     void runScript(const std::string& script) override;
+    // Answers with `evaluationResult` at once.
+    void evaluate(const std::string& script, std::function<void(std::optional<std::string>)> done) override {
+        scripts.push_back(script);
+        done(evaluationResult);
+    }
+    std::optional<std::string> evaluationResult;
     void setMessageHandler(MessageHandler handler) override { messageHandler = std::move(handler); }
     void setPageLostHandler(PageLostHandler handler) override { pageLostHandler = std::move(handler); }
 

@@ -298,6 +298,28 @@ void GtkNoteWindow::runScript(const std::string& script) {
                                         nullptr, nullptr, nullptr);
 }
 
+void GtkNoteWindow::evaluate(const std::string& script, std::function<void(std::optional<std::string>)> done) {
+    using Done = std::function<void(std::optional<std::string>)>;
+    webkit_web_view_evaluate_javascript(
+        view, script.c_str(), static_cast<gssize>(script.size()), nullptr, nullptr, nullptr,
+        +[](GObject* source, GAsyncResult* result, gpointer data) {
+            std::unique_ptr<Done> done(static_cast<Done*>(data));
+            GError* error = nullptr;
+            JSCValue* value = webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, &error);
+            std::optional<std::string> json;
+            if (value) {
+                if (char* text = jsc_value_to_json(value, 0)) {
+                    json = text;
+                    g_free(text);
+                }
+                g_object_unref(value);
+            }
+            g_clear_error(&error);
+            (*done)(json);
+        },
+        new Done(std::move(done)));
+}
+
 void GtkNoteWindow::updateShape() {
     GdkWindow* gdkWindow = gtk_widget_get_window(window);
     if (!gdkWindow) return;

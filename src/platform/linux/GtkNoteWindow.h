@@ -37,6 +37,7 @@ public:
     WindowNumber windowNumber() const override;
     void loadPage(const std::string& html) override;
     void runScript(const std::string& script) override;
+    void evaluate(const std::string& script, std::function<void(std::optional<std::string>)> done) override;
     void setMessageHandler(MessageHandler handler) override { messageHandler = std::move(handler); }
     void setPageLostHandler(PageLostHandler handler) override { pageLostHandler = std::move(handler); }
 

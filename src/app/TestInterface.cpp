@@ -1,0 +1,152 @@
+#include "app/TestInterface.h"
+
+#include "geometry/Spaces.h"
+#include "platform/NoteWindow.h"
+#include "registry/Stickies.h"
+#include "shell/Log.h"
+
+#include <cstdlib>
+#include <gio/gio.h>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace marrowleaf {
+
+namespace {
+
+constexpr const char* introspection = R"(
+<node>
+  <interface name="org.marrowleaf.Test">
+    <method name="Snapshot">
+      <arg type="s" name="json" direction="out"/>
+    </method>
+    <method name="RunScript">
+      <arg type="s" name="id" direction="in"/>
+      <arg type="s" name="script" direction="in"/>
+      <arg type="s" name="json" direction="out"/>
+    </method>
+  </interface>
+</node>)";
+
+// The desktop number (one-based) of a desktop id on the note's display, or 0.
+std::int64_t desktopNumber(std::optional<SpaceId> space) {
+    if (!space) return 0;
+    for (const auto& display : Spaces::displays()) {
+        const auto users = display.userSpaces();
+        for (std::size_t i = 0; i < users.size(); ++i)
+            if (users[i] == *space) return static_cast<std::int64_t>(i + 1);
+    }
+    return 0;
+}
+
+nlohmann::json describe(const std::string& id, const StickyController& controller, const Stickies& registry) {
+    const Rect frame = controller.window().frame();
+    nlohmann::json note{{"id", id},
+                        {"content", controller.content},
+                        {"visible", controller.visible},
+                        {"placedDesktop", desktopNumber(controller.placed)},
+                        {"selected", registry.selected.count(id) > 0},
+                        {"window", controller.window().windowNumber()},
+                        {"frame", {{"x", frame.x}, {"y", frame.y}, {"w", frame.width}, {"h", frame.height}}},
+                        {"level", static_cast<int>(controller.window().level())}};
+    if (auto record = registry.state.stickies.find(id); record != registry.state.stickies.end())
+        note["record"] = ModelJSON::encode(record->second);
+    return note;
+}
+
+// Gathers the page texts, which arrive one by one, then answers the call.
+struct PendingSnapshot {
+    GDBusMethodInvocation* invocation;
+    nlohmann::json snapshot;
+    std::size_t waiting = 0;
+
+    void finishOne() {
+        if (--waiting > 0) return;
+        const std::string text = snapshot.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+        g_dbus_method_invocation_return_value(invocation, g_variant_new("(s)", text.c_str()));
+    }
+};
+
+}
+
+bool TestInterface::wanted() {
+    const char* value = std::getenv("MARROWLEAF_TEST");
+    return value && std::string(value) == "1";
+}
+
+TestInterface::TestInterface(GDBusConnection* bus) : bus(bus) {
+    if (!bus) return;
+    g_object_ref(bus);
+    GError* error = nullptr;
+    GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(introspection, &error);
+    static const GDBusInterfaceVTable vtable{&TestInterface::onMethodCall, nullptr, nullptr, {}};
+    if (node) {
+        registration = g_dbus_connection_register_object(bus, objectPath, node->interfaces[0], &vtable, this,
+                                                         nullptr, &error);
+        g_dbus_node_info_unref(node);
+    }
+    if (!registration) {
+        Log::error(std::string("can't export the test interface: ") + (error ? error->message : "unknown error"));
+        g_clear_error(&error);
+    }
+}
+
+TestInterface::~TestInterface() {
+    if (!bus) return;
+    if (registration) g_dbus_connection_unregister_object(bus, registration);
+    g_object_unref(bus);
+}
+
+void TestInterface::onMethodCall(GDBusConnection*, const char*, const char*, const char*, const char* method,
+                                 GVariant* parameters, GDBusMethodInvocation* invocation, void* data) {
+    auto* self = static_cast<TestInterface*>(data);
+    if (g_strcmp0(method, "Snapshot") == 0) {
+        self->snapshot(invocation);
+    } else if (g_strcmp0(method, "RunScript") == 0) {
+        const char* id = nullptr;
+        const char* script = nullptr;
+        g_variant_get(parameters, "(&s&s)", &id, &script);
+        self->runScript(id, script, invocation);
+    }
+}
+
+void TestInterface::snapshot(GDBusMethodInvocation* invocation) {
+    Stickies& registry = Stickies::shared();
+    auto pending = std::make_shared<PendingSnapshot>();
+    pending->invocation = invocation;
+    pending->snapshot = {{"notes", nlohmann::json::array()},
+                         {"state", ModelJSON::encode(registry.state)},
+                         {"activeDesktops", nlohmann::json::array()}};
+    for (SpaceId space : Spaces::active()) pending->snapshot["activeDesktops"].push_back(desktopNumber(space));
+    pending->waiting = 1;   // held until every page was asked
+    for (const auto& [id, controller] : registry.open) {
+        const std::size_t index = pending->snapshot["notes"].size();
+        pending->snapshot["notes"].push_back(describe(id, *controller, registry));
+        ++pending->waiting;
+        controller->window().evaluate("currentText()", [pending, index](std::optional<std::string> result) {
+            auto& note = pending->snapshot["notes"][index];
+            note["page"] = nullptr;
+            if (result) {
+                auto parsed = nlohmann::json::parse(*result, nullptr, false);
+                if (!parsed.is_discarded()) note["page"] = parsed;
+            }
+            pending->finishOne();
+        });
+    }
+    pending->finishOne();
+}
+
+void TestInterface::runScript(const char* id, const char* script, GDBusMethodInvocation* invocation) {
+    Stickies& registry = Stickies::shared();
+    auto controller = registry.open.find(id);
+    if (controller == registry.open.end()) {
+        g_dbus_method_invocation_return_error(invocation, G_DBUS_ERROR, G_DBUS_ERROR_INVALID_ARGS, "no note %s", id);
+        return;
+    }
+    controller->second->window().evaluate(script, [invocation](std::optional<std::string> result) {
+        g_dbus_method_invocation_return_value(invocation, g_variant_new("(s)", result.value_or("null").c_str()));
+    });
+}
+
+}
