@@ -35,7 +35,8 @@ protected:
         platform.clock.set(morning);
         writeFile(root / "share/sticky.html", pageTemplate);
         ConfigSources sources;
-        sources.arguments = {"marrowleaf", "--notes-dir", notes.string()};
+        // A program path of the test's own, so no page beside a real build is found.
+        sources.arguments = {(root / "bin/marrowleaf").string(), "--notes-dir", notes.string()};
         sources.home = root.path;
         sources.dataDirs = {root / "share"};
         Config::configure(sources);
