@@ -53,6 +53,7 @@ void AppDelegate::applicationDidFinishLaunching() {
               Config::notesDir().string());
     desktop = std::make_unique<LinuxDesktop>();
     desktop->install();
+    desktop->noteWindows.setApplication(application);
     installMainMenu();
     Stickies::shared().start();
     if (TestInterface::wanted())

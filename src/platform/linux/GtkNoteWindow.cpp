@@ -119,6 +119,8 @@ gboolean keepOnlyEditingEntries(WebKitWebView*, WebKitContextMenu* menu, GdkEven
 GtkNoteWindow::GtkNoteWindow(GtkNoteWindowFactory& factory, Rect frame, WindowLevel level)
     : factory(factory), currentLevel(level), current(frame) {
     makeWindow(frame);
+    // The application's own keys (Ctrl+Q) work in every note.
+    if (factory.application) gtk_window_set_application(GTK_WINDOW(window), factory.application);
     makeView();
     gtk_container_add(GTK_CONTAINER(window), GTK_WIDGET(view));
     gtk_widget_show(GTK_WIDGET(view));
@@ -250,6 +252,9 @@ void GtkNoteWindow::orderFront() {
     if (!gtk_widget_get_visible(window)) awaitingMap = true;
     gtk_widget_show(window);
     gdk_window_raise(gtk_widget_get_window(window));
+    // The desktop adapters talk to the server on a connection of their own: the
+    // map must be there before they ask the window manager about the window.
+    gdk_display_flush(gtk_widget_get_display(window));
 }
 
 void GtkNoteWindow::orderOut() {

@@ -5,6 +5,7 @@
 #include <set>
 
 typedef struct _GtkWidget GtkWidget;
+typedef struct _GtkApplication GtkApplication;
 typedef struct _WebKitWebView WebKitWebView;
 typedef struct _WebKitWebContext WebKitWebContext;
 typedef struct _WebKitSettings WebKitSettings;
@@ -97,6 +98,8 @@ public:
     GtkNoteWindowFactory& operator=(const GtkNoteWindowFactory&) = delete;
 
     std::unique_ptr<NoteWindow> create(Rect frame, WindowLevel level) override;
+    // Windows made from now on belong to `application` and answer its keys.
+    void setApplication(GtkApplication* app) { application = app; }
 
     // How long after the web process ended the pages are loaded again.
     static constexpr unsigned reloadDelayMs = 250;
@@ -107,6 +110,7 @@ private:
     WebKitWebContext* context = nullptr;
     WebKitSettings* settings = nullptr;
     WebKitWebView* sharedView = nullptr;
+    GtkApplication* application = nullptr;
     std::set<GtkNoteWindow*> live;
     unsigned reloadSource = 0;
 
