@@ -41,6 +41,9 @@ AppDelegate::AppDelegate()
 
 AppDelegate::~AppDelegate() {
     testInterface.reset();
+    // The registry's note windows live until the process ends, and so must the
+    // desktop services they stand on.
+    (void)desktop.release();
     g_object_unref(application);
 }
 
