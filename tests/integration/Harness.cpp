@@ -501,6 +501,37 @@ void XSession::startWindowManager() {
         options_.startTimeout);
     if (!managing || !windowManager->running())
         throw failure("can't start openbox:" + lastLines(o.standardError));
+    if (!windowManagerTakesWindows())
+        throw failure("openbox does not manage windows:" + lastLines(o.standardError));
+}
+
+// openbox announces itself a moment before it manages new windows: a window
+// mapped in between is left alone. A probe window it lists in its client list
+// shows that it has settled.
+bool XSession::windowManagerTakesWindows() {
+    xcb_connection_t* c = connection->get();
+    const xcb_window_t probe = xcb_generate_id(c);
+    const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
+    xcb_create_window(c, XCB_COPY_FROM_PARENT, probe, connection->root(), 0, 0, 10, 10, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, 0, nullptr);
+    xcb_map_window(c, probe);
+    xcb_flush(c);
+    const bool managed = waitUntil(
+        [&] {
+            auto clients = connection->rootCardinals("_NET_CLIENT_LIST");
+            return clients && std::find(clients->begin(), clients->end(), probe) != clients->end();
+        },
+        options_.startTimeout);
+    xcb_destroy_window(c, probe);
+    xcb_flush(c);
+    // Gone from the client list again, so tests start from an empty desktop.
+    waitUntil(
+        [&] {
+            auto clients = connection->rootCardinals("_NET_CLIENT_LIST");
+            return !clients || std::find(clients->begin(), clients->end(), probe) == clients->end();
+        },
+        options_.startTimeout);
+    return managed;
 }
 
 AppProcess::AppProcess(const XSession& session, Environment extraEnvironment) {

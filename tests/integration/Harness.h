@@ -184,6 +184,7 @@ private:
     void startXServer();
     void startBus();
     void startWindowManager();
+    bool windowManagerTakesWindows();
     std::filesystem::path writeWindowManagerConfig() const;
     void stopAll();
 };
