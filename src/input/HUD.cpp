@@ -18,8 +18,8 @@ std::optional<TimerId> hideWork;
 Rect pillFrame(Size text) {
     const Size pill{text.width + 2 * HUD::horizontalPadding, text.height + 2 * HUD::verticalPadding};
     const Rect screen = Geo::mouseScreen().frame;
-    return {screen.midX() - pill.width / 2, screen.maxY() - HUD::heightAboveBottom * screen.height - pill.height,
-            pill.width, pill.height};
+    return {screen.midX() - pill.width / 2,
+            screen.maxY() - HUD::heightAboveBottom * screen.height - pill.height, pill.width, pill.height};
 }
 
 }

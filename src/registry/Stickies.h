@@ -26,9 +26,9 @@ class Stickies {
 public:
     // Where a note lives, or where the user is now.
     struct Location {
-        std::string screen;          // the display's UUID
-        std::int64_t desktop = 1;    // one-based among the display's ordinary desktops
-        SpaceId space = 0;           // the window server's id of that desktop
+        std::string screen;         // the display's UUID
+        std::int64_t desktop = 1;   // one-based among the display's ordinary desktops
+        SpaceId space = 0;          // the window server's id of that desktop
 
         bool operator==(const Location&) const = default;
     };
@@ -126,12 +126,16 @@ private:
     void pushContent(StickyController& controller, const std::string& text);
 
     void handleSave(StickyController& controller, const nlohmann::json& body);
+    void handleFocus(StickyController& controller, const nlohmann::json& body);
+    void handleBar(StickyController& controller, const nlohmann::json& body);
+    void handleClearSelection(StickyController& controller, const nlohmann::json& body);
     void handleColor(StickyController& controller, const nlohmann::json& body);
-    void handlePin(StickyController& controller);
+    void handlePin(StickyController& controller, const nlohmann::json& body);
     void handleSnooze(StickyController& controller, const nlohmann::json& body);
-    void handleLink(const nlohmann::json& body);
-    void handleCopy(const nlohmann::json& body);
-    void handlePaste(StickyController& controller);
+    void handleClose(StickyController& controller, const nlohmann::json& body);
+    void handleLink(StickyController& controller, const nlohmann::json& body);
+    void handleCopy(StickyController& controller, const nlohmann::json& body);
+    void handlePaste(StickyController& controller, const nlohmann::json& body);
 };
 
 }

@@ -6,6 +6,7 @@
 #include "storage/Store.h"
 
 #include <cmath>
+#include <map>
 #include <nlohmann/json.hpp>
 
 namespace marrowleaf {
@@ -27,21 +28,33 @@ std::optional<double> numberAt(const nlohmann::json& body, const char* key) {
 }
 
 void Stickies::handle(StickyController& controller, const std::string& type, const nlohmann::json& body) {
-    if (type == "save") handleSave(controller, body);
-    else if (type == "focus") controller.window().focus();
-    else if (type == "bar") {
-        if (auto width = numberAt(body, "w")) controller.buttonsWidth = *width;
-    } else if (type == "clearSelection") clearSelection();
-    else if (type == "color") handleColor(controller, body);
-    else if (type == "pin") handlePin(controller);
-    else if (type == "snooze") handleSnooze(controller, body);
-    else if (type == "close") {
-        // Not inside the page's own callback: the window and page go away with the note.
-        const std::string id = controller.id;
-        later(0, [this, id] { deleteNotes({id}, false); });
-    } else if (type == "link") handleLink(body);
-    else if (type == "copy") handleCopy(body);
-    else if (type == "paste") handlePaste(controller);
+    using Handler = void (Stickies::*)(StickyController&, const nlohmann::json&);
+    static const std::map<std::string, Handler> handlers{
+        {"save", &Stickies::handleSave},     {"focus", &Stickies::handleFocus},
+        {"bar", &Stickies::handleBar},       {"clearSelection", &Stickies::handleClearSelection},
+        {"color", &Stickies::handleColor},   {"pin", &Stickies::handlePin},
+        {"snooze", &Stickies::handleSnooze}, {"close", &Stickies::handleClose},
+        {"link", &Stickies::handleLink},     {"copy", &Stickies::handleCopy},
+        {"paste", &Stickies::handlePaste},
+    };
+    // Types are matched exactly: "Save" is not "save".
+    if (auto found = handlers.find(type); found != handlers.end()) (this->*found->second)(controller, body);
+}
+
+void Stickies::handleFocus(StickyController& controller, const nlohmann::json&) {
+    controller.window().focus();
+}
+
+void Stickies::handleBar(StickyController& controller, const nlohmann::json& body) {
+    if (auto width = numberAt(body, "w")) controller.buttonsWidth = *width;
+}
+
+void Stickies::handleClearSelection(StickyController&, const nlohmann::json&) { clearSelection(); }
+
+void Stickies::handleClose(StickyController& controller, const nlohmann::json&) {
+    // Not inside the page's own callback: the window and page go away with the note.
+    const std::string id = controller.id;
+    later(0, [this, id] { deleteNotes({id}, false); });
 }
 
 void Stickies::handleSave(StickyController& controller, const nlohmann::json& body) {
@@ -62,7 +75,7 @@ void Stickies::handleColor(StickyController& controller, const nlohmann::json& b
     controller.sendColor(StickyColor::named(*name));
 }
 
-void Stickies::handlePin(StickyController& controller) {
+void Stickies::handlePin(StickyController& controller, const nlohmann::json&) {
     auto record = state.stickies.find(controller.id);
     if (record == state.stickies.end()) return;
     const bool pinned = !record->second.pinned.value_or(false);
@@ -83,15 +96,15 @@ void Stickies::handleSnooze(StickyController& controller, const nlohmann::json& 
     HUD::show("😴 Snoozed until " + label.value_or("later"), messageSeconds);
 }
 
-void Stickies::handleLink(const nlohmann::json& body) {
+void Stickies::handleLink(StickyController&, const nlohmann::json& body) {
     if (auto url = textAt(body, "url")) Platform::desktop().openURL(*url);
 }
 
-void Stickies::handleCopy(const nlohmann::json& body) {
+void Stickies::handleCopy(StickyController&, const nlohmann::json& body) {
     if (auto text = textAt(body, "text")) Platform::clipboard().setText(*text);
 }
 
-void Stickies::handlePaste(StickyController& controller) {
+void Stickies::handlePaste(StickyController& controller, const nlohmann::json&) {
     const std::string id = controller.id;
     Platform::clipboard().requestText([this, id](std::optional<std::string> text) {
         auto found = open.find(id);   // the note may be gone by the time the clipboard answers

@@ -15,7 +15,8 @@ void Stickies::setSelected(const std::string& id, bool on) {
 
 void Stickies::clearSelection() {
     for (const auto& id : selected) {
-        if (auto controller = open.find(id); controller != open.end()) controller->second->sendSelected(false);
+        if (auto controller = open.find(id); controller != open.end())
+            controller->second->sendSelected(false);
     }
     selected.clear();
 }

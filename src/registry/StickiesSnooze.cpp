@@ -47,7 +47,8 @@ std::vector<Stickies::Snoozed> Stickies::snoozed() {
     }
     std::ranges::stable_sort(entries, {}, &Entry::until);
     std::vector<Snoozed> items;
-    for (auto& entry : entries) items.push_back(std::move(entry.item));
+    for (auto& entry : entries)
+        items.push_back(std::move(entry.item));
     return items;
 }
 

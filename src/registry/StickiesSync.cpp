@@ -31,7 +31,8 @@ Rect toRect(const Frame& f) { return {f.x, f.y, f.w, f.h}; }
 Frame toFrame(const Rect& r) { return {r.x, r.y, r.width, r.height}; }
 
 bool endsWith(const std::string& text, const std::string& suffix) {
-    return text.size() >= suffix.size() && text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
+    return text.size() >= suffix.size() &&
+           text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
 }
 
 }
@@ -49,7 +50,8 @@ Stickies::~Stickies() {
     if (!Platform::current().queue) return;
     if (snoozeTimer) Platform::mainQueue().cancel(*snoozeTimer);
     if (screenChangeWork) Platform::mainQueue().cancel(*screenChangeWork);
-    for (TimerId work : pendingWork) Platform::mainQueue().cancel(work);
+    for (TimerId work : pendingWork)
+        Platform::mainQueue().cancel(work);
 }
 
 void Stickies::later(double seconds, std::function<void()> work) {
@@ -72,8 +74,8 @@ void Stickies::start() {
     pageTemplate = std::move(text);
     state = Store::loadState();
     sync();
-    watcher = std::make_unique<FileWatcher>(Config::notesDir(),
-                                            [this](const std::vector<std::string>& paths) { onFolderChange(paths); });
+    watcher = std::make_unique<FileWatcher>(
+        Config::notesDir(), [this](const std::vector<std::string>& paths) { onFolderChange(paths); });
     observeDesktop();
     snoozeTimer = Platform::mainQueue().every(snoozeInterval, 1.0, [this] { checkSnoozes(); });
     checkSnoozes();
@@ -81,7 +83,8 @@ void Stickies::start() {
 
 void Stickies::observeDesktop() {
     observers.push_back(Platform::windowSystem().watchActiveSpace([this] { refresh(); }));
-    observers.push_back(Platform::desktop().watchWake([this] { later(wakeDelay, [this] { checkSnoozes(); }); }));
+    observers.push_back(
+        Platform::desktop().watchWake([this] { later(wakeDelay, [this] { checkSnoozes(); }); }));
     observers.push_back(Platform::displays().watchChanges([this] {
         // A re-plug sends a burst of changes; one refresh after it settles is enough.
         if (screenChangeWork) Platform::mainQueue().cancel(*screenChangeWork);
@@ -116,8 +119,8 @@ Record Stickies::makeRecordForStrayFile() {
     }
     const Rect visible = screen ? Geo::toCocoa(screen->visibleFrame) : Rect{0, 0, 1280, 800};
     const double k = static_cast<double>(open.size() % cascadeSteps);
-    record.frame = {visible.maxX() - cascadeRight - cascadeStep * k, visible.minY() + cascadeTop + cascadeStep * k,
-                    newWidth, newHeight};
+    record.frame = {visible.maxX() - cascadeRight - cascadeStep * k,
+                    visible.minY() + cascadeTop + cascadeStep * k, newWidth, newHeight};
     record.color = "yellow";
     return record;
 }

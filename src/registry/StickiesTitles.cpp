@@ -56,7 +56,8 @@ std::string Stickies::title(const std::string& text) {
     static const std::regex heading(R"(^\s*#+\s*)");
     static const std::regex task(R"(^\s*[-*]\s*\[.\]\s*)");
     static const std::regex bullet(R"(^\s*[-*]\s+)");
-    for (const auto* mark : {&heading, &task, &bullet}) chosen = std::regex_replace(chosen, *mark, "");
+    for (const auto* mark : {&heading, &task, &bullet})
+        chosen = std::regex_replace(chosen, *mark, "");
 
     const auto boundaries = characterBoundaries(chosen);
     const std::size_t characters = boundaries.size() - 1;

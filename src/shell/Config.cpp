@@ -80,7 +80,8 @@ ConfigSources Config::processSources(int argc, char** argv) {
     // An installed program reads the page installed beside it; a program in a
     // build folder finds the page built beside it by walking up.
     std::error_code error;
-    if (auto self = fs::read_symlink("/proc/self/exe", error); !error && self.parent_path().filename() == "bin")
+    if (auto self = fs::read_symlink("/proc/self/exe", error);
+        !error && self.parent_path().filename() == "bin")
         s.dataDirs.push_back(self.parent_path().parent_path() / "share" / "marrowleaf");
     return s;
 }
@@ -121,7 +122,9 @@ bool Config::altClickEnabled() {
 
 fs::path Config::configDir() { return xdgFolder("XDG_CONFIG_HOME", ".config") / "marrowleaf"; }
 
-fs::path Config::logFile() { return xdgFolder("XDG_STATE_HOME", ".local/state") / "marrowleaf" / "Marrowleaf.log"; }
+fs::path Config::logFile() {
+    return xdgFolder("XDG_STATE_HOME", ".local/state") / "marrowleaf" / "Marrowleaf.log";
+}
 
 fs::path Config::expandTilde(const std::string& path) {
     if (path == "~") return sources.home;

@@ -10,11 +10,11 @@ namespace marrowleaf {
 // Where Config takes its answers from: the process, the build and the user's
 // environment. The application fills it from main(); tests fill it by hand.
 struct ConfigSources {
-    std::vector<std::string> arguments;           // argv, the program path first
+    std::vector<std::string> arguments;   // argv, the program path first
     std::filesystem::path home;
-    std::optional<std::string> appName;           // compiled in; absent falls back to "Marrowleaf"
-    std::optional<std::string> version;           // compiled in; absent falls back to "dev"
-    std::vector<std::filesystem::path> dataDirs;  // installed data folders holding sticky.html
+    std::optional<std::string> appName;            // compiled in; absent falls back to "Marrowleaf"
+    std::optional<std::string> version;            // compiled in; absent falls back to "dev"
+    std::vector<std::filesystem::path> dataDirs;   // installed data folders holding sticky.html
     std::function<std::optional<std::string>(const std::string&)> environment;
 };
 

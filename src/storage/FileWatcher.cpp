@@ -25,7 +25,8 @@ FileWatcher::~FileWatcher() {
 }
 
 void FileWatcher::receive(std::vector<std::string> paths) {
-    pending.insert(pending.end(), std::make_move_iterator(paths.begin()), std::make_move_iterator(paths.end()));
+    pending.insert(pending.end(), std::make_move_iterator(paths.begin()),
+                   std::make_move_iterator(paths.end()));
     if (flushTimer) return;   // a batch is already on its way
     const double now = Platform::systemClock().now();
     const double sinceLast = lastDelivery ? now - *lastDelivery : latency;

@@ -76,7 +76,8 @@ json ModelJSON::number(double value) {
 }
 
 json ModelJSON::encode(const Frame& frame) {
-    return json{{"x", number(frame.x)}, {"y", number(frame.y)}, {"w", number(frame.w)}, {"h", number(frame.h)}};
+    return json{
+        {"x", number(frame.x)}, {"y", number(frame.y)}, {"w", number(frame.w)}, {"h", number(frame.h)}};
 }
 
 json ModelJSON::encode(const Record& record) {
@@ -92,9 +93,11 @@ json ModelJSON::encode(const Record& record) {
 
 json ModelJSON::encode(const AppState& state) {
     json stickies = json::object();
-    for (const auto& [id, record] : state.stickies) stickies[id] = encode(record);
+    for (const auto& [id, record] : state.stickies)
+        stickies[id] = encode(record);
     json hidden = json::object();
-    for (const auto& [key, flag] : state.hidden) hidden[key] = flag;
+    for (const auto& [key, flag] : state.hidden)
+        hidden[key] = flag;
     json out{{"stickies", stickies}, {"hidden", hidden}};
     if (state.last) out["last"] = *state.last;
     return out;
@@ -124,9 +127,13 @@ std::optional<Record> ModelJSON::decodeRecord(const json& value) {
     record.color = *color;
 
     switch (optionalKind(value, "pinned", [](const json& v) { return v.is_boolean(); })) {
-    case Optional::mistyped: return std::nullopt;
-    case Optional::present: record.pinned = value["pinned"].get<bool>(); break;
-    case Optional::absent: break;
+    case Optional::mistyped:
+        return std::nullopt;
+    case Optional::present:
+        record.pinned = value["pinned"].get<bool>();
+        break;
+    case Optional::absent:
+        break;
     }
 
     auto frameValue = value.find("frame");
@@ -136,14 +143,22 @@ std::optional<Record> ModelJSON::decodeRecord(const json& value) {
     record.frame = *frame;
 
     switch (optionalKind(value, "snoozeUntil", [](const json& v) { return v.is_number(); })) {
-    case Optional::mistyped: return std::nullopt;
-    case Optional::present: record.snoozeUntil = value["snoozeUntil"].get<double>(); break;
-    case Optional::absent: break;
+    case Optional::mistyped:
+        return std::nullopt;
+    case Optional::present:
+        record.snoozeUntil = value["snoozeUntil"].get<double>();
+        break;
+    case Optional::absent:
+        break;
     }
     switch (optionalKind(value, "snoozeLabel", [](const json& v) { return v.is_string(); })) {
-    case Optional::mistyped: return std::nullopt;
-    case Optional::present: record.snoozeLabel = value["snoozeLabel"].get<std::string>(); break;
-    case Optional::absent: break;
+    case Optional::mistyped:
+        return std::nullopt;
+    case Optional::present:
+        record.snoozeLabel = value["snoozeLabel"].get<std::string>();
+        break;
+    case Optional::absent:
+        break;
     }
     return record;
 }

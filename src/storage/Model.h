@@ -37,10 +37,10 @@ struct Frame {
 
 // Where and how one note shows.
 struct Record {
-    std::string screen;          // display UUID text
-    std::int64_t desktop = 1;    // one-based desktop number on that display
+    std::string screen;         // display UUID text
+    std::int64_t desktop = 1;   // one-based desktop number on that display
     std::string color = "yellow";
-    std::optional<bool> pinned;  // absent and false are written differently
+    std::optional<bool> pinned;   // absent and false are written differently
     Frame frame;
     std::optional<double> snoozeUntil;   // seconds since 1970
     std::optional<std::string> snoozeLabel;

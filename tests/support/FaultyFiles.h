@@ -30,7 +30,9 @@ public:
     Error moveWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to) override {
         return failMove ? failMove : disk.moveWithoutReplacing(from, to);
     }
-    Error remove(const std::filesystem::path& file) override { return failRemove ? failRemove : disk.remove(file); }
+    Error remove(const std::filesystem::path& file) override {
+        return failRemove ? failRemove : disk.remove(file);
+    }
 
 private:
     DiskFiles disk;

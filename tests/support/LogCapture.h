@@ -1,6 +1,6 @@
 #pragma once
-#include "shell/Log.h"
 #include "TempFolder.h"
+#include "shell/Log.h"
 
 #include <algorithm>
 #include <sstream>
@@ -36,8 +36,8 @@ public:
 
     std::size_t count(const std::string& prefix) {
         auto all = lines();
-        return static_cast<std::size_t>(
-            std::count_if(all.begin(), all.end(), [&](const std::string& l) { return l.rfind(prefix, 0) == 0; }));
+        return static_cast<std::size_t>(std::count_if(
+            all.begin(), all.end(), [&](const std::string& l) { return l.rfind(prefix, 0) == 0; }));
     }
 
 private:

@@ -66,7 +66,9 @@ protected:
     }
 
     void saveState(const AppState& state) { writeFile(notes / ".stickies.json", ModelJSON::text(state)); }
-    AppState stateOnDisk() { return ModelJSON::decodeState(nlohmann::json::parse(readFile(notes / ".stickies.json"))).value(); }
+    AppState stateOnDisk() {
+        return ModelJSON::decodeState(nlohmann::json::parse(readFile(notes / ".stickies.json"))).value();
+    }
 
     StickyController& controller(const std::string& id) { return *registry->open.at(id); }
     FakeNoteWindow& window(const std::string& id) {
@@ -77,7 +79,8 @@ protected:
     // Tells the registry that files changed, as the folder watcher would.
     void folderChanged(std::vector<std::string> names) {
         std::vector<std::string> paths;
-        for (auto& name : names) paths.push_back((notes / name).string());
+        for (auto& name : names)
+            paths.push_back((notes / name).string());
         platform.folderEvents.emit(notes, paths);
         platform.clock.advance(FileWatcher::latency);   // past any batching
     }

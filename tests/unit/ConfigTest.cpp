@@ -1,6 +1,6 @@
-#include "platform/fake/FakePlatform.h"
 #include "shell/Config.h"
 #include "TempFolder.h"
+#include "platform/fake/FakePlatform.h"
 
 #include <gtest/gtest.h>
 

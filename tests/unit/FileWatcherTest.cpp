@@ -1,6 +1,6 @@
+#include "storage/FileWatcher.h"
 #include "LogCapture.h"
 #include "platform/fake/FakePlatform.h"
-#include "storage/FileWatcher.h"
 
 #include <gtest/gtest.h>
 
@@ -51,13 +51,15 @@ TEST_F(FileWatcherTest, aSteadyStreamOfChangesIsDeliveredAtMostEveryLatency) {
         platform.folderEvents.emit(folder, {"/notes/a.md"});
         if (batches.size() > before) deliveredAt.push_back(platform.clock.now());
         platform.clock.advance(0.01);
-        if (batches.size() > before && deliveredAt.size() < batches.size()) deliveredAt.push_back(platform.clock.now());
+        if (batches.size() > before && deliveredAt.size() < batches.size())
+            deliveredAt.push_back(platform.clock.now());
     }
     platform.clock.advance(1);
     ASSERT_GE(batches.size(), 3u);
     EXPECT_LE(batches.size(), 5u);   // one second of changes: at once, then every 0.3 s
     std::size_t total = 0;
-    for (auto& batch : batches) total += batch.size();
+    for (auto& batch : batches)
+        total += batch.size();
     EXPECT_EQ(total, 100u);   // nothing is lost
 }
 
@@ -72,7 +74,8 @@ TEST_F(FileWatcherTest, afterAQuietPeriodTheNextChangeIsAtOnceAgain) {
 TEST_F(FileWatcherTest, theApplicationsOwnWritesAreReportedToo) {
     FileWatcher watcher(folder, record());
     platform.folderEvents.emit(folder, {"/notes/.stickies.json", "/notes/.trash/a.md"});
-    EXPECT_EQ(batches, (std::vector<std::vector<std::string>>{{"/notes/.stickies.json", "/notes/.trash/a.md"}}));
+    EXPECT_EQ(batches,
+              (std::vector<std::vector<std::string>>{{"/notes/.stickies.json", "/notes/.trash/a.md"}}));
 }
 
 TEST_F(FileWatcherTest, aFolderThatCannotBeWatchedIsLoggedAndReportsNothing) {

@@ -86,9 +86,11 @@ TEST_F(HUDTest, aVeryLongMessageMakesAWidePill) {
 }
 
 TEST_F(HUDTest, onlyOnePillIsOnScreenAtATime) {
-    for (int i = 0; i < 5; ++i) HUD::show("message " + std::to_string(i), 1.4);
+    for (int i = 0; i < 5; ++i)
+        HUD::show("message " + std::to_string(i), 1.4);
     int shown = 0;
-    for (auto& p : platform.hud.pills) shown += p->shown ? 1 : 0;
+    for (auto& p : platform.hud.pills)
+        shown += p->shown ? 1 : 0;
     EXPECT_EQ(shown, 1);
     EXPECT_EQ(platform.hud.onScreen()->text, "message 4");
 }

@@ -30,7 +30,8 @@ TEST_F(LogTest, theFirstCallCreatesTheFileHoldingExactlyOneLine) {
     Log::write("INFO", "hello");
     Log::flush();
     const std::string text = support::readFile(file);
-    EXPECT_TRUE(std::regex_match(text, std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} INFO hello\n)"))) << text;
+    EXPECT_TRUE(std::regex_match(text, std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} INFO hello\n)")))
+        << text;
 }
 
 TEST_F(LogTest, deletingTheFileWhileRunningStartsANewOne) {
@@ -46,7 +47,8 @@ TEST_F(LogTest, deletingTheFileWhileRunningStartsANewOne) {
 }
 
 TEST_F(LogTest, twoCallsInQuickSuccessionAreWrittenInCallOrder) {
-    for (int i = 0; i < 200; ++i) Log::info("line " + std::to_string(i));
+    for (int i = 0; i < 200; ++i)
+        Log::info("line " + std::to_string(i));
     Log::flush();
     const std::string text = support::readFile(file);
     std::size_t at = 0;

@@ -10,7 +10,8 @@ using nlohmann::json;
 namespace {
 
 json recordJSON() {
-    return json::parse(R"({"screen":"ABC","desktop":2,"color":"pink","frame":{"x":1,"y":2,"w":260,"h":220}})");
+    return json::parse(
+        R"({"screen":"ABC","desktop":2,"color":"pink","frame":{"x":1,"y":2,"w":260,"h":220}})");
 }
 
 AppState decode(const std::string& text) { return ModelJSON::decodeState(json::parse(text)).value(); }
@@ -80,7 +81,8 @@ TEST(Model, anAbsentColorNameIsYellow) { EXPECT_EQ(StickyColor::named(std::nullo
 TEST(Model, thePaletteKeepsItsOrderAndValues) {
     const auto& all = StickyColor::all();
     std::vector<std::string> names;
-    for (const auto& c : all) names.push_back(c.name);
+    for (const auto& c : all)
+        names.push_back(c.name);
     EXPECT_EQ(names, (std::vector<std::string>{"yellow", "pink", "blue", "green", "purple", "mocha"}));
     EXPECT_EQ(all[2], (StickyColor{"blue", "#cfe6ff", "#18304a", "#acd2fb"}));
 }

@@ -9,7 +9,8 @@ class StickiesDeletion : public RegistryFixture {
 protected:
     void SetUp() override {
         RegistryFixture::SetUp();
-        for (auto id : {"a", "b", "c"}) writeNote(id, std::string("note ") + id);
+        for (auto id : {"a", "b", "c"})
+            writeNote(id, std::string("note ") + id);
         registry->start();
     }
 };

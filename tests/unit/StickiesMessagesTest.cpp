@@ -66,13 +66,15 @@ TEST_F(StickiesMessages, clearSelectionDeselectsEveryNote) {
 TEST_F(StickiesMessages, colorStoresTheNameAsSentAndSendsThePaletteValues) {
     post("a", {{"t", "color"}, {"name", "blue"}});
     EXPECT_EQ(stateOnDisk().stickies.at("a").color, "blue");
-    EXPECT_EQ(window("a").scripts.back(), R"(setColor(["blue"][0],["#cfe6ff"][0],["#18304a"][0],["#acd2fb"][0]))");
+    EXPECT_EQ(window("a").scripts.back(),
+              R"(setColor(["blue"][0],["#cfe6ff"][0],["#18304a"][0],["#acd2fb"][0]))");
 }
 
 TEST_F(StickiesMessages, anUnknownColorIsStoredAsSentAndShownYellow) {
     post("a", {{"t", "color"}, {"name", "Teal"}});
     EXPECT_EQ(stateOnDisk().stickies.at("a").color, "Teal");
-    EXPECT_EQ(window("a").scripts.back(), R"(setColor(["yellow"][0],["#fff4a3"][0],["#3b3415"][0],["#f3e27a"][0]))");
+    EXPECT_EQ(window("a").scripts.back(),
+              R"(setColor(["yellow"][0],["#fff4a3"][0],["#3b3415"][0],["#f3e27a"][0]))");
 }
 
 TEST_F(StickiesMessages, pinFloatsTheNoteAndSavesIt) {
@@ -165,7 +167,8 @@ TEST_F(StickiesMessages, aSaveThatHadNotSeenTheNewerFileCannotOverwriteIt) {
     post("a", {{"t", "save"}, {"c", "typed"}, {"v", 0}});
     writeNote("a", "written elsewhere");
     folderChanged({"a.md"});
-    post("a", {{"t", "save"}, {"c", "typed more"}, {"v", 0}});   // was on its way before the page got the file
+    post("a",
+         {{"t", "save"}, {"c", "typed more"}, {"v", 0}});   // was on its way before the page got the file
     EXPECT_EQ(noteText("a"), "written elsewhere");
     post("a", {{"t", "save"}, {"c", "typed after"}, {"v", 1}});
     EXPECT_EQ(noteText("a"), "typed after");

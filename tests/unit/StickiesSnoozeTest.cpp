@@ -42,16 +42,19 @@ TEST_F(StickiesSnooze, aWakeTimeInThePastHidesTheNoteUntilTheNextTick) {
 }
 
 TEST_F(StickiesSnooze, severalNotesDueInOneTickSaveOnceAndEachSaysItIsBack) {
-    for (auto id : {"a", "b", "c"}) writeNote(id, id);
+    for (auto id : {"a", "b", "c"})
+        writeNote(id, id);
     registry->start();
-    for (auto id : {"a", "b", "c"}) snooze(id, morning + 10);
+    for (auto id : {"a", "b", "c"})
+        snooze(id, morning + 10);
     support::FaultyFiles counting;
     Store::useFiles(&counting);
     platform.clock.advance(20);
     EXPECT_EQ(counting.writes, 1);
     EXPECT_EQ(platform.hud.pills.size(), 3u + 3u);   // three "snoozed", then three "back"
     EXPECT_EQ(platform.hud.pills.back()->text.rfind("📝 Sticky is back: ", 0), 0u);
-    for (auto id : {"a", "b", "c"}) EXPECT_TRUE(shown(id));
+    for (auto id : {"a", "b", "c"})
+        EXPECT_TRUE(shown(id));
 }
 
 TEST_F(StickiesSnooze, nothingDueSavesNothing) {
@@ -70,15 +73,19 @@ TEST_F(StickiesSnooze, theListNamesEachSleepingNoteEarliestFirstWithLaterForNoLa
     registry->start();
     snooze("a", morning + 7200, "in 2 hours");
     snooze("b", morning + 3600);
-    EXPECT_EQ(registry->snoozed(), (std::vector<Stickies::Snoozed>{{"b", "Beta", "later"}, {"a", "Alpha", "in 2 hours"}}));
+    EXPECT_EQ(registry->snoozed(),
+              (std::vector<Stickies::Snoozed>{{"b", "Beta", "later"}, {"a", "Alpha", "in 2 hours"}}));
 }
 
 TEST_F(StickiesSnooze, notesSnoozedForTheSameMomentKeepAStableOrder) {
-    for (auto id : {"a", "b", "c", "d"}) writeNote(id, id);
+    for (auto id : {"a", "b", "c", "d"})
+        writeNote(id, id);
     registry->start();
-    for (auto id : {"a", "b", "c", "d"}) snooze(id, morning + 3600);
+    for (auto id : {"a", "b", "c", "d"})
+        snooze(id, morning + 3600);
     std::vector<std::string> ids;
-    for (auto& item : registry->snoozed()) ids.push_back(item.id);
+    for (auto& item : registry->snoozed())
+        ids.push_back(item.id);
     EXPECT_EQ(ids, (std::vector<std::string>{"a", "b", "c", "d"}));
 }
 

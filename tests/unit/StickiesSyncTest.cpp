@@ -61,7 +61,8 @@ TEST_F(StickiesSync, desktopZeroOrNegativeCountsAsTheFirst) {
 
 TEST_F(StickiesSync, sevenFilesWithoutRecordsCascadeInSixSteps) {
     registry->start();
-    for (int i = 1; i <= 7; ++i) writeNote("n" + std::to_string(i), "note");
+    for (int i = 1; i <= 7; ++i)
+        writeNote("n" + std::to_string(i), "note");
     folderChanged({"n1.md"});
     std::vector<double> offsets;
     for (int i = 1; i <= 7; ++i) {
@@ -167,7 +168,8 @@ TEST_F(StickiesSync, aNoteOnADesktopThatIsNotInFrontIsPlacedThereAtOnce) {
     saveState(state);
     writeNote("far", "x");
     registry->start();
-    EXPECT_EQ(platform.windowServer.moves, (std::vector<FakeWindowServer::Move>{{window("far").windowNumber(), 3}}));
+    EXPECT_EQ(platform.windowServer.moves,
+              (std::vector<FakeWindowServer::Move>{{window("far").windowNumber(), 3}}));
     EXPECT_TRUE(controller("far").visible);
     EXPECT_EQ(controller("far").placed, SpaceId{3});
     EXPECT_EQ(window("far").alpha, 1);

@@ -16,7 +16,9 @@ TEST(StickiesTitle, aPlainBulletLosesItsMark) { EXPECT_EQ(Stickies::title("* ite
 
 TEST(StickiesTitle, blankLinesOnlyGiveEmpty) { EXPECT_EQ(Stickies::title("\n   \n\t\n"), "(empty)"); }
 
-TEST(StickiesTitle, theFirstNonBlankLineCounts) { EXPECT_EQ(Stickies::title("\n \nsecond\nthird"), "second"); }
+TEST(StickiesTitle, theFirstNonBlankLineCounts) {
+    EXPECT_EQ(Stickies::title("\n \nsecond\nthird"), "second");
+}
 
 TEST(StickiesTitle, aFirstLineOf41CharactersIsCutTo40EndingInAnEllipsis) {
     const std::string title = Stickies::title(std::string(41, 'a'));
@@ -29,12 +31,16 @@ TEST(StickiesTitle, aFirstLineOfExactly40CharactersIsKeptWhole) {
 
 TEST(StickiesTitle, emojiAndCombiningAccentsCountAsOneCharacterEach) {
     std::string line;
-    for (int i = 0; i < 20; ++i) line += "👍🏽";   // thumbs up with a skin tone: one character
-    for (int i = 0; i < 20; ++i) line += "e\xCC\x81";   // e with a combining acute accent
+    for (int i = 0; i < 20; ++i)
+        line += "👍🏽";   // thumbs up with a skin tone: one character
+    for (int i = 0; i < 20; ++i)
+        line += "e\xCC\x81";   // e with a combining acute accent
     EXPECT_EQ(Stickies::title(line), line);
     const std::string longer = line + "x";
     std::string expected;
-    for (int i = 0; i < 20; ++i) expected += "👍🏽";
-    for (int i = 0; i < 19; ++i) expected += "e\xCC\x81";
+    for (int i = 0; i < 20; ++i)
+        expected += "👍🏽";
+    for (int i = 0; i < 19; ++i)
+        expected += "e\xCC\x81";
     EXPECT_EQ(Stickies::title(longer), expected + "…");
 }

@@ -38,9 +38,10 @@ class WakeSubscription : public Subscription {
 public:
     WakeSubscription(GDBusConnection* bus, std::function<void()> handler)
         : bus(bus), handler(std::move(handler)) {
-        id = g_dbus_connection_signal_subscribe(bus, "org.freedesktop.login1", "org.freedesktop.login1.Manager",
-                                                "PrepareForSleep", "/org/freedesktop/login1", nullptr,
-                                                G_DBUS_SIGNAL_FLAGS_NONE, &WakeSubscription::onSignal, this, nullptr);
+        id = g_dbus_connection_signal_subscribe(bus, "org.freedesktop.login1",
+                                                "org.freedesktop.login1.Manager", "PrepareForSleep",
+                                                "/org/freedesktop/login1", nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
+                                                &WakeSubscription::onSignal, this, nullptr);
     }
     ~WakeSubscription() override {
         g_dbus_connection_signal_unsubscribe(bus, id);
@@ -55,7 +56,8 @@ private:
     static void onSignal(GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*,
                          GVariant* parameters, gpointer data) {
         gboolean goingToSleep = TRUE;
-        if (g_variant_is_of_type(parameters, G_VARIANT_TYPE("(b)"))) g_variant_get(parameters, "(b)", &goingToSleep);
+        if (g_variant_is_of_type(parameters, G_VARIANT_TYPE("(b)")))
+            g_variant_get(parameters, "(b)", &goingToSleep);
         if (!goingToSleep) static_cast<WakeSubscription*>(data)->handler();
     }
 };
@@ -69,7 +71,8 @@ std::unique_ptr<Subscription> GtkWorkspace::watchWake(std::function<void()> hand
     GDBusConnection* bus = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error);
     if (!bus) {
         // Containers and test sessions have no system bus: there is no sleep to wake from there.
-        Log::info(std::string("not watching for wake from sleep: ") + (error ? error->message : "no system bus"));
+        Log::info(std::string("not watching for wake from sleep: ") +
+                  (error ? error->message : "no system bus"));
         g_clear_error(&error);
         return std::make_unique<NoSubscription>();
     }
@@ -77,7 +80,8 @@ std::unique_ptr<Subscription> GtkWorkspace::watchWake(std::function<void()> hand
 }
 
 void GtkPasteboard::setText(const std::string& text) {
-    gtk_clipboard_set_text(gtk_clipboard_get(GDK_SELECTION_CLIPBOARD), text.c_str(), static_cast<gint>(text.size()));
+    gtk_clipboard_set_text(gtk_clipboard_get(GDK_SELECTION_CLIPBOARD), text.c_str(),
+                           static_cast<gint>(text.size()));
 }
 
 void GtkPasteboard::requestText(TextHandler handler) {
