@@ -50,13 +50,11 @@ public:
                              return TRUE;
                          }),
                          this);
-        g_signal_connect(window, "realize", G_CALLBACK(+[](GtkWidget* widget, gpointer) {
-                             // Clicks go through to whatever lies beneath.
-                             cairo_region_t* nothing = cairo_region_create();
-                             gdk_window_input_shape_combine_region(gtk_widget_get_window(widget), nothing, 0, 0);
-                             cairo_region_destroy(nothing);
-                         }),
-                         nullptr);
+        // Clicks go through to whatever lies beneath. Set on the widget, not its
+        // GDK window: GTK puts the widget's own input shape back on realizing it.
+        cairo_region_t* nothing = cairo_region_create();
+        gtk_widget_input_shape_combine_region(window, nothing);
+        cairo_region_destroy(nothing);
     }
 
     ~GtkHudPill() override {
