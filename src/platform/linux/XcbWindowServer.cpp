@@ -50,6 +50,8 @@ XcbWindowServer::XcbWindowServer(XcbConnection& connection, const XcbScreens& sc
             return change.window == x.root() && change.atom == x.atom("_NET_ACTIVE_WINDOW");
         },
         [this] { followActiveWindow(); });
+    managedWatch = x.watch([this](const xcb_generic_event_t& event) { return isManagedChange(event); },
+                           [this] { askAgainOnceManaged(); });
 }
 
 XcbWindowServer::~XcbWindowServer() = default;
@@ -136,24 +138,19 @@ void XcbWindowServer::putWindowOnSpace(WindowNumber window, SpaceId space) {
         return;
     }
     const auto index = static_cast<std::uint32_t>(space - 1);
+    x.followProperties(id);
     if (!isManaged(id)) {
         // The window manager looks at an unmapped window's desktop when it maps it.
         xcb_change_property(x.get(), XCB_PROP_MODE_REPLACE, id, x.atom("_NET_WM_DESKTOP"), XCB_ATOM_CARDINAL,
                             32, 1, &index);
         xcb_flush(x.get());
+        // But GTK deletes that property as it maps a window: a window being
+        // mapped right now may reach the window manager before the property
+        // does, so it is asked again once the window manager has it.
+        awaitingManager[id] = index;
         return;
     }
-    x.followProperties(id);
-    xcb_client_message_event_t request{};
-    request.response_type = XCB_CLIENT_MESSAGE;
-    request.format = 32;
-    request.window = id;
-    request.type = x.atom("_NET_WM_DESKTOP");
-    request.data.data32[0] = index;
-    request.data.data32[1] = fromApplication;
-    xcb_send_event(x.get(), 0, x.root(),
-                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
-                   reinterpret_cast<const char*>(&request));
+    requestDesktop(id, index);
 
     using namespace std::chrono;
     const auto deadline =
@@ -165,6 +162,40 @@ void XcbWindowServer::putWindowOnSpace(WindowNumber window, SpaceId space) {
     }
     Log::error("can't confirm that window " + std::to_string(window) + " moved to desktop " +
                std::to_string(space) + ": the window manager did not answer in time");
+}
+
+void XcbWindowServer::requestDesktop(xcb_window_t window, std::uint32_t index) {
+    xcb_client_message_event_t request{};
+    request.response_type = XCB_CLIENT_MESSAGE;
+    request.format = 32;
+    request.window = window;
+    request.type = x.atom("_NET_WM_DESKTOP");
+    request.data.data32[0] = index;
+    request.data.data32[1] = fromApplication;
+    xcb_send_event(x.get(), 0, x.root(),
+                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                   reinterpret_cast<const char*>(&request));
+    xcb_flush(x.get());
+}
+
+bool XcbWindowServer::isManagedChange(const xcb_generic_event_t& event) const {
+    if (XcbConnection::eventType(event) != XCB_PROPERTY_NOTIFY) return false;
+    const auto& change = reinterpret_cast<const xcb_property_notify_event_t&>(event);
+    return change.atom == x.atom("WM_STATE") && awaitingManager.contains(change.window);
+}
+
+void XcbWindowServer::askAgainOnceManaged() {
+    // One round trip for all the windows still waiting.
+    std::vector<std::pair<xcb_window_t, xcb_get_property_cookie_t>> asked;
+    for (const auto& [window, index] : awaitingManager)
+        asked.emplace_back(window, x.askProperty(window, "WM_STATE"));
+    for (const auto& [window, request] : asked) {
+        const auto state = first(x.cardinals(request));
+        if (!state || *state == withdrawnState) continue;
+        const std::uint32_t index = awaitingManager[window];
+        awaitingManager.erase(window);
+        if (first(x.cardinals(window, "_NET_WM_DESKTOP")) != index) requestDesktop(window, index);
+    }
 }
 
 std::unique_ptr<Subscription> XcbWindowServer::watchActiveSpace(Handler handler) {

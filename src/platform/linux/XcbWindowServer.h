@@ -3,6 +3,8 @@
 
 #include <xcb/xcb.h>
 
+#include <map>
+
 namespace marrowleaf {
 
 class XcbConnection;
@@ -40,11 +42,18 @@ private:
     const XcbScreens& screens;
     xcb_window_t activeWindow = XCB_NONE;
     std::unique_ptr<Subscription> activeWatch;
+    // Windows put on a desktop (0-based) before the window manager had them.
+    std::map<xcb_window_t, std::uint32_t> awaitingManager;
+    std::unique_ptr<Subscription> managedWatch;
 
     Desktops readDesktops() const;
     void followActiveWindow();
     bool isActiveSpaceChange(const xcb_generic_event_t& event) const;
     bool isManaged(xcb_window_t window) const;
+    // Sends the window manager the request to put a window on a desktop (0-based).
+    void requestDesktop(xcb_window_t window, std::uint32_t index);
+    bool isManagedChange(const xcb_generic_event_t& event) const;
+    void askAgainOnceManaged();
 };
 
 }
