@@ -13,6 +13,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr std::string_view temporaryMark = ".tmp-";
+constexpr std::string_view uniqueSuffix = "XXXXXX";   // mkostemp's template
+
 std::string systemError(int number = errno) { return std::strerror(number); }
 
 // Closes a descriptor when the scope ends, whatever path leaves it.
@@ -58,6 +61,12 @@ fs::path folderOf(const fs::path& file) {
     return parent.empty() ? fs::path(".") : parent;
 }
 
+}
+
+bool Files::isTemporaryName(std::string_view name) {
+    const std::size_t suffixLength = temporaryMark.size() + uniqueSuffix.size();
+    return name.size() > suffixLength + 1 && name.front() == '.' &&
+           name.substr(name.size() - suffixLength, temporaryMark.size()) == temporaryMark;
 }
 
 Files::Error DiskFiles::createDirectories(const fs::path& folder) {
@@ -108,7 +117,9 @@ Files::Error DiskFiles::read(const fs::path& file, std::string& bytes) {
 Files::Error DiskFiles::writeAtomically(const fs::path& file, std::string_view bytes) {
     const fs::path folder = folderOf(file);
     // A dot name that is not a note, so nothing mistakes the half-written file for one.
-    std::string pattern = (folder / ("." + file.filename().string() + ".tmp-XXXXXX")).string();
+    std::string pattern =
+        (folder / ("." + file.filename().string() + std::string(temporaryMark) + std::string(uniqueSuffix)))
+            .string();
     Descriptor fd(::mkostemp(pattern.data(), O_CLOEXEC));
     if (fd.get() < 0) return systemError();
     const fs::path temporary = pattern;

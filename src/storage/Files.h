@@ -21,10 +21,15 @@ public:
     virtual Error read(const std::filesystem::path& file, std::string& bytes) = 0;
     // Readers see either the old or the new bytes, never a part: a temporary
     // file in the same folder is written, flushed to disk and renamed over.
+    // A write cut short (the program killed) leaves its temporary file behind.
     virtual Error writeAtomically(const std::filesystem::path& file, std::string_view bytes) = 0;
     // Fails, touching nothing, when `to` exists.
     virtual Error moveWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
     virtual Error remove(const std::filesystem::path& file) = 0;
+
+    // Whether a folder entry is the temporary file of a `writeAtomically`:
+    // "." + the file's name + ".tmp-" + six characters.
+    static bool isTemporaryName(std::string_view name);
 };
 
 // The local disk, through POSIX calls.

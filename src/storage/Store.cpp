@@ -68,6 +68,16 @@ fs::path Store::trashPath(const std::string& id) {
 void Store::ensureDirs() {
     if (auto error = files().createDirectories(Config::notesDir()))
         Log::error("can't create the notes folder " + Config::notesDir().string() + ": " + *error);
+    // Writes cut short by a killed run leave their temporary files; the notes are whole.
+    auto names = files().list(Config::notesDir());
+    if (!names) return;
+    for (const auto& name : *names) {
+        if (!Files::isTemporaryName(name)) continue;
+        if (auto error = files().remove(Config::notesDir() / name))
+            Log::error("can't remove the unfinished write " + name + ": " + *error);
+        else
+            Log::info("removed " + name + ", a write the last run did not finish");
+    }
 }
 
 std::vector<std::string> Store::noteIds() {

@@ -18,6 +18,8 @@ struct Store {
     static constexpr const char* trashFolderName = ".trash";
     static constexpr const char* noteExtension = ".md";
 
+    // Creates the notes folder, and clears it of the temporary files of writes
+    // a killed run left unfinished (the notes themselves are whole).
     static void ensureDirs();
     static std::vector<std::string> noteIds();
     static std::string newId();

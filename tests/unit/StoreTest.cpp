@@ -101,6 +101,21 @@ TEST_F(StoreTest, writeLeavesNoTemporaryFilesBehind) {
     EXPECT_EQ(names, (std::vector<std::string>{"a.md"}));
 }
 
+TEST_F(StoreTest, ensureDirsRemovesTheTemporaryFilesOfWritesAKilledRunLeftUnfinished) {
+    support::writeFile(notes / "a.md", "whole");
+    support::writeFile(notes / ".a.md.tmp-Qx81bZ", "who");
+    support::writeFile(notes / ".stickies.json.tmp-0aB9zz", "{\"stick");
+    support::writeFile(notes / ".a.md.swp", "an editor's own file");
+    support::writeFile(notes / "plans.tmp-123456.md", "a note with an odd name");
+    Store::ensureDirs();
+    std::vector<std::string> names;
+    for (auto& entry : fs::directory_iterator(notes))
+        names.push_back(entry.path().filename());
+    std::ranges::sort(names);
+    EXPECT_EQ(names, (std::vector<std::string>{".a.md.swp", "a.md", "plans.tmp-123456.md"}));
+    EXPECT_EQ(support::readFile(notes / "a.md"), "whole");
+}
+
 TEST_F(StoreTest, aNoteThatIsNotUtf8IsSkippedLoggedOnceAndLeftUntouched) {
     const std::string latin1 = "caf\xE9 cr\xE8me";
     support::writeFile(notes / "old.md", latin1);
