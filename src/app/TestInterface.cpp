@@ -26,6 +26,9 @@ constexpr const char* introspection = R"(
       <arg type="s" name="script" direction="in"/>
       <arg type="s" name="json" direction="out"/>
     </method>
+    <method name="UndoDelete">
+      <arg type="s" name="json" direction="out"/>
+    </method>
   </interface>
 </node>)";
 
@@ -108,6 +111,10 @@ void TestInterface::onMethodCall(GDBusConnection*, const char*, const char*, con
         const char* script = nullptr;
         g_variant_get(parameters, "(&s&s)", &id, &script);
         self->runScript(id, script, invocation);
+    } else if (g_strcmp0(method, "UndoDelete") == 0) {
+        // What the status menu's undo will do; until it exists, tests ask for it here.
+        Stickies::shared().undoDelete();
+        g_dbus_method_invocation_return_value(invocation, g_variant_new("(s)", "true"));
     }
 }
 

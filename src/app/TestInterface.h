@@ -8,8 +8,8 @@ namespace marrowleaf {
 
 // A session-bus interface for the integration tests, exported only when the
 // environment says MARROWLEAF_TEST=1: a JSON snapshot of the registry as the
-// user would see it, and scripts run in a note's page. Tests read it instead
-// of sleeping and guessing.
+// user would see it, scripts run in a note's page, and the undo of the last
+// delete. Tests read it instead of sleeping and guessing.
 class TestInterface {
 public:
     static constexpr const char* objectPath = "/org/marrowleaf/Marrowleaf/Test";

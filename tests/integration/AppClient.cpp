@@ -63,6 +63,10 @@ std::optional<nlohmann::json> AppClient::runScript(const std::string& id, const 
     return parsed;
 }
 
+bool AppClient::undoDelete(std::chrono::milliseconds timeout) {
+    return call("UndoDelete", nullptr, timeout).has_value();
+}
+
 std::optional<nlohmann::json> AppClient::note(const nlohmann::json& snapshot, const std::string& id) {
     for (const auto& entry : snapshot.value("notes", nlohmann::json::array()))
         if (entry.value("id", "") == id) return entry;

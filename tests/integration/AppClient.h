@@ -27,6 +27,9 @@ public:
     std::optional<nlohmann::json> runScript(const std::string& id, const std::string& script,
                                             std::chrono::milliseconds timeout = 5s);
 
+    // Puts back the notes of the last delete; whether the program answered.
+    bool undoDelete(std::chrono::milliseconds timeout = 5s);
+
     // The snapshot entry of one note; absent when there is none.
     static std::optional<nlohmann::json> note(const nlohmann::json& snapshot, const std::string& id);
     // Waits until a snapshot satisfies `condition`; the last snapshot seen, or absent.
