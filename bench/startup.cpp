@@ -1,0 +1,233 @@
+// Starts the real program with N note files spread over four desktops and
+// prints, for each N,
+//
+//   notes N interactive_ms X pss_mb Y
+//
+// interactive_ms: from exec until every note of the current desktop has its
+// page loaded (the test interface's snapshot gives that note's page text),
+// the median of several starts. pss_mb: the proportional set size of the
+// program and every process it started (WebKit's), summed from
+// /proc/*/smaps_rollup once every page on every desktop has loaded and the
+// pages have settled, from the last start. Each start gets a fresh home on a
+// private Xvfb with a session bus and openbox. The steps of each start go to
+// standard error. Judges nothing.
+//
+//   bench_startup [N…]        (default: 10 50 200)
+#include "integration/AppClient.h"
+#include "integration/Harness.h"
+#include "storage/Model.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <thread>
+
+using namespace marrowleaf;
+using namespace marrowleaf::testing;
+using nlohmann::json;
+
+namespace {
+
+constexpr int desktops = 4;
+constexpr int startsPerCount = 3;
+constexpr auto loadTimeout = 120s;
+// Between two snapshots: each one asks every page for its text, which costs the program too.
+constexpr auto pollInterval = 10ms;
+// Long enough for the pages' first paint, their timers and a collection to pass.
+constexpr auto settleTime = 3s;
+constexpr double noteWidth = 260, noteHeight = 220;
+constexpr int columns = 4, rows = 3;
+constexpr double spacingX = 300, spacingY = 250, layerOffset = 10;
+
+const char* const noteText = R"(# Weekend
+
+- [x] book the train to the coast
+- [ ] pack the **rain jacket**
+- [ ] call Sam about the bikes
+
+Ideas for Sunday:
+
+1. walk the cliff path
+2. lunch at the harbour
+3. *maybe* the museum
+
+> remember: the last train back leaves at 18:40
+
+Timetable on [the rail site](https://example.org/trains).
+)";
+
+std::string noteId(int index) {
+    char id[40];
+    std::snprintf(id, sizeof id, "sticky-20240101-%06d", index);
+    return id;
+}
+
+int desktopOf(int index) { return index % desktops + 1; }
+
+// Notes of one desktop in a grid, later ones overlapping the first.
+Record recordFor(int index) {
+    Record record;
+    const auto& palette = StickyColor::all();
+    record.color = palette[static_cast<std::size_t>(index) % palette.size()].name;
+    record.desktop = desktopOf(index);
+    const int onDesktop = index / desktops;
+    const int layer = onDesktop / (columns * rows);
+    record.frame = {20 + (onDesktop % columns) * spacingX + layer * layerOffset,
+                    20 + (onDesktop / columns % rows) * spacingY + layer * layerOffset, noteWidth,
+                    noteHeight};
+    return record;
+}
+
+void seed(const AppProcess& app, int count) {
+    AppState state;
+    for (int i = 0; i < count; ++i) {
+        writeFile(app.defaultNotesFolder() / (noteId(i) + ".md"), noteText);
+        state.stickies[noteId(i)] = recordFor(i);
+    }
+    writeFile(app.defaultNotesFolder() / ".stickies.json", ModelJSON::text(state));
+}
+
+// How many of the notes (of desktop 1 only, or all) have their page text.
+int loadedPages(const json& snapshot, bool firstDesktopOnly) {
+    int loaded = 0;
+    for (const auto& note : snapshot.value("notes", json::array())) {
+        if (firstDesktopOnly && note["record"].value("desktop", 0) != 1) continue;
+        if (note["page"].is_string()) ++loaded;
+    }
+    return loaded;
+}
+
+pid_t parentOf(pid_t pid) {
+    const std::string stat = readFile("/proc/" + std::to_string(pid) + "/stat");
+    const auto close = stat.rfind(')');
+    if (close == std::string::npos) return 0;
+    int parent = 0;
+    std::sscanf(stat.c_str() + close + 2, "%*c %d", &parent);
+    return parent;
+}
+
+// The program and all its descendants.
+std::vector<pid_t> processTree(pid_t root) {
+    std::map<pid_t, pid_t> parents;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        const pid_t pid = static_cast<pid_t>(std::atoi(entry.path().filename().c_str()));
+        if (pid > 0) parents[pid] = parentOf(pid);
+    }
+    std::vector<pid_t> tree;
+    for (const auto& [pid, parent] : parents) {
+        for (pid_t up = pid; up > 0;) {
+            if (up == root) {
+                tree.push_back(pid);
+                break;
+            }
+            auto next = parents.find(up);
+            up = next == parents.end() ? 0 : next->second;
+        }
+    }
+    return tree;
+}
+
+long pssKilobytes(pid_t pid) {
+    std::ifstream rollup("/proc/" + std::to_string(pid) + "/smaps_rollup");
+    for (std::string line; std::getline(rollup, line);)
+        if (line.rfind("Pss:", 0) == 0) return std::atol(line.c_str() + 4);
+    return 0;
+}
+
+std::string processName(pid_t pid) {
+    std::string name = readFile("/proc/" + std::to_string(pid) + "/comm");
+    if (!name.empty() && name.back() == '\n') name.pop_back();
+    return name;
+}
+
+double millisecondsSince(SteadyClock::time_point start) {
+    return std::chrono::duration<double, std::milli>(SteadyClock::now() - start).count();
+}
+
+struct Start {
+    double interactiveMs = 0;
+    double pssMb = 0;
+};
+
+std::optional<Start> startOnce(XSession& session, int count, bool measureMemory) {
+    AppProcess app(session);
+    AppClient client(session);
+    seed(app, count);
+    const int onFirstDesktop = (count + desktops - 1) / desktops;
+
+    const auto exec = SteadyClock::now();
+    app.start();
+    double answered = 0, firstPage = 0;
+    std::optional<json> last;
+    const bool interactive = waitUntil(
+        [&] {
+            last = client.snapshot(30s);
+            if (!last) return false;
+            if (!answered) answered = millisecondsSince(exec);
+            const int loaded = loadedPages(*last, true);
+            if (loaded > 0 && !firstPage) firstPage = millisecondsSince(exec);
+            return loaded == onFirstDesktop;
+        },
+        loadTimeout, pollInterval);
+    const double interactiveMs = millisecondsSince(exec);
+    if (!interactive) {
+        std::fprintf(stderr, "  only %d of %d pages of the first desktop loaded\n",
+                     last ? loadedPages(*last, true) : 0, onFirstDesktop);
+        return std::nullopt;
+    }
+    std::fprintf(stderr, "  %d notes: first answer %.0f ms, first page %.0f ms, desktop 1's %d pages %.0f ms",
+                 count, answered, firstPage, onFirstDesktop, interactiveMs);
+
+    Start result{interactiveMs, 0};
+    const bool allLoaded =
+        waitUntil([&] { return (last = client.snapshot(30s)) && loadedPages(*last, false) == count; },
+                  loadTimeout, pollInterval);
+    std::fprintf(stderr, ", all %d pages %.0f ms\n", count, millisecondsSince(exec));
+    if (measureMemory && allLoaded) {
+        std::this_thread::sleep_for(settleTime);
+        long total = 0;
+        for (pid_t pid : processTree(app.pid())) {
+            const long pss = pssKilobytes(pid);
+            total += pss;
+            std::fprintf(stderr, "    %-16s %7d %8.1f MB\n", processName(pid).c_str(), pid, pss / 1024.0);
+        }
+        result.pssMb = total / 1024.0;
+    }
+    app.run({"--quit"});
+    app.wait(10s);
+    return result;
+}
+
+}
+
+int main(int argc, char** argv) {
+    std::vector<int> counts;
+    for (int i = 1; i < argc; ++i)
+        counts.push_back(std::atoi(argv[i]));
+    if (counts.empty()) counts = {10, 50, 200};
+    try {
+        XSession::Options options;
+        options.desktops = desktops;
+        XSession session(options);
+        for (int count : counts) {
+            std::vector<double> times;
+            double pss = 0;
+            for (int run = 0; run < startsPerCount; ++run) {
+                auto start = startOnce(session, count, run == startsPerCount - 1);
+                if (!start) return 1;
+                times.push_back(start->interactiveMs);
+                if (start->pssMb > 0) pss = start->pssMb;
+            }
+            std::ranges::sort(times);
+            std::printf("notes %d interactive_ms %.0f pss_mb %.1f\n", count, times[times.size() / 2], pss);
+            std::fflush(stdout);
+        }
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "can't run the benchmark: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}
