@@ -514,12 +514,19 @@ bool XSession::windowManagerTakesWindows() {
     const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
     xcb_create_window(c, XCB_COPY_FROM_PARENT, probe, connection->root(), 0, 0, 10, 10, 0,
                       XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, 0, nullptr);
-    xcb_map_window(c, probe);
-    xcb_flush(c);
+    // A map that arrives while openbox is still starting is lost: map again until it takes.
+    auto lastMap = SteadyClock::now() - 1s;
     const bool managed = waitUntil(
         [&] {
             auto clients = connection->rootCardinals("_NET_CLIENT_LIST");
-            return clients && std::find(clients->begin(), clients->end(), probe) != clients->end();
+            if (clients && std::find(clients->begin(), clients->end(), probe) != clients->end()) return true;
+            if (SteadyClock::now() - lastMap > 250ms) {
+                xcb_unmap_window(c, probe);
+                xcb_map_window(c, probe);
+                xcb_flush(c);
+                lastMap = SteadyClock::now();
+            }
+            return false;
         },
         options_.startTimeout);
     xcb_destroy_window(c, probe);

@@ -898,7 +898,9 @@ TEST_F(NotePage, aNoteThatTriesToRunCodeShowsAsTextAndRunsNothing) {
     }
     for (const auto& m : received) {
         EXPECT_TRUE(m.type == "bar" || m.type == "link") << m.body.dump();
-        if (m.type == "link") EXPECT_THAT(m.body["url"].get<std::string>(), ::testing::StartsWith("https://example.org/"));
+        if (m.type == "link") {
+            EXPECT_THAT(m.body["url"].get<std::string>(), ::testing::StartsWith("https://example.org/"));
+        }
     }
 }
 
