@@ -116,6 +116,8 @@ private:
     void later(double seconds, std::function<void()> work);
     Record makeRecordForStrayFile();
     bool onScreen(const StickyController& controller) const;
+    // The note's record places it on a desktop that is in front now.
+    bool onActiveDesktop(const std::string& id);
     // The desktop key and desktop a note should show on now.
     std::optional<std::pair<std::string, SpaceId>> target(const Record& record);
     bool isHidden(const std::string& key) const;

@@ -128,8 +128,10 @@ Record Stickies::makeRecordForStrayFile() {
 void Stickies::sync() {
     Spaces::update();
     std::vector<std::string> ids = Store::noteIds();
-    // Ids carry their creation time, so this opens (and cascades) oldest first.
+    // Ids carry their creation time, so this opens (and cascades) oldest first;
+    // notes of the desktops in front come first, so their pages load first.
     std::ranges::sort(ids);
+    std::ranges::stable_partition(ids, [this](const std::string& id) { return onActiveDesktop(id); });
     const std::set<std::string> present(ids.begin(), ids.end());
     bool changed = false;
 
@@ -273,6 +275,13 @@ void Stickies::place(StickyController& controller, SpaceId space) {
     // Placing on a desktop that is not in front is tried once; after that the
     // note waits until its desktop comes to the front.
     controller.remoteTried = true;
+}
+
+bool Stickies::onActiveDesktop(const std::string& id) {
+    auto record = state.stickies.find(id);
+    if (record == state.stickies.end()) return false;
+    const auto where = target(record->second);
+    return where && Spaces::active().count(where->second);
 }
 
 bool Stickies::onScreen(const StickyController& controller) const {
