@@ -10,6 +10,7 @@
 // pages have settled. Judges nothing.
 //
 //   bench_notes_memory PAGE N
+#include "ProcessMemory.h"
 #include "platform/Platform.h"
 #include "platform/linux/GtkNoteWindow.h"
 #include "window/StickyController.h"
@@ -29,6 +30,8 @@
 #include <vector>
 
 using namespace marrowleaf;
+
+using namespace marrowleaf::bench;
 
 namespace {
 
@@ -65,54 +68,6 @@ std::string readFile(const std::string& path) {
     return text.str();
 }
 
-pid_t parentOf(pid_t pid) {
-    const std::string stat = readFile("/proc/" + std::to_string(pid) + "/stat");
-    const auto close = stat.rfind(')');
-    if (close == std::string::npos) return 0;
-    int parent = 0;
-    std::sscanf(stat.c_str() + close + 2, "%*c %d", &parent);
-    return parent;
-}
-
-// This process and all its descendants.
-std::vector<pid_t> ourProcesses() {
-    std::map<pid_t, pid_t> parents;
-    if (DIR* proc = opendir("/proc")) {
-        while (dirent* entry = readdir(proc)) {
-            const pid_t pid = static_cast<pid_t>(std::atoi(entry->d_name));
-            if (pid > 0) parents[pid] = parentOf(pid);
-        }
-        closedir(proc);
-    }
-    const pid_t self = getpid();
-    std::vector<pid_t> ours;
-    for (const auto& [pid, parent] : parents) {
-        for (pid_t up = pid; up > 0;) {
-            if (up == self) {
-                ours.push_back(pid);
-                break;
-            }
-            auto next = parents.find(up);
-            up = next == parents.end() ? 0 : next->second;
-        }
-    }
-    return ours;
-}
-
-// Proportional set size in kilobytes; 0 when the process is gone or unreadable.
-long pssKilobytes(pid_t pid) {
-    std::ifstream rollup("/proc/" + std::to_string(pid) + "/smaps_rollup");
-    for (std::string line; std::getline(rollup, line);) {
-        if (line.rfind("Pss:", 0) == 0) return std::atol(line.c_str() + 4);
-    }
-    return 0;
-}
-
-std::string processName(pid_t pid) {
-    std::string name = readFile("/proc/" + std::to_string(pid) + "/comm");
-    if (!name.empty() && name.back() == '\n') name.pop_back();
-    return name;
-}
 
 void runLoopFor(Steady::duration time) {
     const auto until = Steady::now() + time;
@@ -179,7 +134,7 @@ int main(int argc, char** argv) {
 
     runLoopFor(settleTime);
     long total = 0;
-    for (pid_t pid : ourProcesses()) {
+    for (pid_t pid : processTree(getpid())) {
         const long pss = pssKilobytes(pid);
         total += pss;
         std::fprintf(stderr, "  %-16s %7d %8.1f MB\n", processName(pid).c_str(), pid, pss / 1024.0);

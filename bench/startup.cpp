@@ -13,6 +13,7 @@
 // standard error. Judges nothing.
 //
 //   bench_startup [N…]        (default: 10 50 200)
+#include "ProcessMemory.h"
 #include "integration/AppClient.h"
 #include "integration/Harness.h"
 #include "storage/Model.h"
@@ -28,6 +29,8 @@
 using namespace marrowleaf;
 using namespace marrowleaf::testing;
 using nlohmann::json;
+
+using namespace marrowleaf::bench;
 
 namespace {
 
@@ -100,48 +103,6 @@ int loadedPages(const json& snapshot, bool firstDesktopOnly) {
     return loaded;
 }
 
-pid_t parentOf(pid_t pid) {
-    const std::string stat = readFile("/proc/" + std::to_string(pid) + "/stat");
-    const auto close = stat.rfind(')');
-    if (close == std::string::npos) return 0;
-    int parent = 0;
-    std::sscanf(stat.c_str() + close + 2, "%*c %d", &parent);
-    return parent;
-}
-
-// The program and all its descendants.
-std::vector<pid_t> processTree(pid_t root) {
-    std::map<pid_t, pid_t> parents;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-        const pid_t pid = static_cast<pid_t>(std::atoi(entry.path().filename().c_str()));
-        if (pid > 0) parents[pid] = parentOf(pid);
-    }
-    std::vector<pid_t> tree;
-    for (const auto& [pid, parent] : parents) {
-        for (pid_t up = pid; up > 0;) {
-            if (up == root) {
-                tree.push_back(pid);
-                break;
-            }
-            auto next = parents.find(up);
-            up = next == parents.end() ? 0 : next->second;
-        }
-    }
-    return tree;
-}
-
-long pssKilobytes(pid_t pid) {
-    std::ifstream rollup("/proc/" + std::to_string(pid) + "/smaps_rollup");
-    for (std::string line; std::getline(rollup, line);)
-        if (line.rfind("Pss:", 0) == 0) return std::atol(line.c_str() + 4);
-    return 0;
-}
-
-std::string processName(pid_t pid) {
-    std::string name = readFile("/proc/" + std::to_string(pid) + "/comm");
-    if (!name.empty() && name.back() == '\n') name.pop_back();
-    return name;
-}
 
 double millisecondsSince(SteadyClock::time_point start) {
     return std::chrono::duration<double, std::milli>(SteadyClock::now() - start).count();
