@@ -11,6 +11,7 @@
 //
 //   bench_notes_memory PAGE N
 #include "ProcessMemory.h"
+#include "SampleNote.h"
 #include "platform/Platform.h"
 #include "platform/linux/GtkNoteWindow.h"
 #include "window/StickyController.h"
@@ -44,22 +45,7 @@ constexpr auto loadTimeout = std::chrono::seconds(120);
 // Long enough for the pages' first paint, their timers and a collection to pass.
 constexpr auto settleTime = std::chrono::seconds(3);
 
-const char* const noteText = R"(# Weekend
-
-- [x] book the train to the coast
-- [ ] pack the **rain jacket**
-- [ ] call Sam about the bikes
-
-Ideas for Sunday:
-
-1. walk the cliff path
-2. lunch at the harbour
-3. *maybe* the museum
-
-> remember: the last train back leaves at 18:40
-
-Timetable on [the rail site](https://example.org/trains).
-)";
+const char* const noteText = sampleNoteText;
 
 std::string readFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);

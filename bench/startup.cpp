@@ -14,6 +14,7 @@
 //
 //   bench_startup [N…]        (default: 10 50 200)
 #include "ProcessMemory.h"
+#include "SampleNote.h"
 #include "integration/AppClient.h"
 #include "integration/Harness.h"
 #include "storage/Model.h"
@@ -45,22 +46,7 @@ constexpr double noteWidth = 260, noteHeight = 220;
 constexpr int columns = 4, rows = 3;
 constexpr double spacingX = 300, spacingY = 250, layerOffset = 10;
 
-const char* const noteText = R"(# Weekend
-
-- [x] book the train to the coast
-- [ ] pack the **rain jacket**
-- [ ] call Sam about the bikes
-
-Ideas for Sunday:
-
-1. walk the cliff path
-2. lunch at the harbour
-3. *maybe* the museum
-
-> remember: the last train back leaves at 18:40
-
-Timetable on [the rail site](https://example.org/trains).
-)";
+const char* const noteText = sampleNoteText;
 
 std::string noteId(int index) {
     char id[40];
