@@ -22,6 +22,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <dirent.h>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <memory>
@@ -89,6 +90,13 @@ int main(int argc, char** argv) {
     }
 
     GtkNoteWindowFactory factory;
+    const std::string markdownPage =
+        readFile((std::filesystem::path(argv[1]).parent_path() / "markdown.html").string());
+    if (markdownPage.empty()) {
+        std::fprintf(stderr, "can't read markdown.html beside %s\n", argv[1]);
+        return 2;
+    }
+    factory.setMarkdownPage(markdownPage);
     Platform platform = Platform::current();
     platform.noteWindowFactory = &factory;
     Platform::install(platform);

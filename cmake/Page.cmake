@@ -1,7 +1,8 @@
-# The note page: Resources/sticky.html with markdown-it and DOMPurify inlined and
-# its script pinned by hash in the page's Content-Security-Policy. The libraries
-# come from the npm registry at the versions package-lock.json pins; they are
-# installed into the build folder, so the source tree stays clean.
+# The pages: Resources/sticky.html (one note) and Resources/markdown.html (the
+# one page that renders Markdown for every note, with markdown-it and DOMPurify
+# inlined), each with its script pinned by hash in its Content-Security-Policy.
+# The libraries come from the npm registry at the versions package-lock.json
+# pins; they are installed into the build folder, so the source tree stays clean.
 
 find_program(NODE_EXECUTABLE node REQUIRED)
 find_program(NPM_EXECUTABLE npm REQUIRED)
@@ -9,6 +10,7 @@ find_program(NPM_EXECUTABLE npm REQUIRED)
 set(MARROWLEAF_PAGE_NPM_DIR ${CMAKE_BINARY_DIR}/page-npm)
 set(MARROWLEAF_PAGE_NPM_STAMP ${MARROWLEAF_PAGE_NPM_DIR}/installed.stamp)
 set(MARROWLEAF_PAGE ${CMAKE_BINARY_DIR}/Resources/sticky.html)
+set(MARROWLEAF_MARKDOWN_PAGE ${CMAKE_BINARY_DIR}/Resources/markdown.html)
 
 add_custom_command(
   OUTPUT ${MARROWLEAF_PAGE_NPM_STAMP}
@@ -32,7 +34,18 @@ add_custom_command(
   COMMENT "Building the note page"
   VERBATIM)
 
-add_custom_target(marrowleaf_page ALL DEPENDS ${MARROWLEAF_PAGE})
+add_custom_command(
+  OUTPUT ${MARROWLEAF_MARKDOWN_PAGE}
+  COMMAND ${NODE_EXECUTABLE} ${CMAKE_SOURCE_DIR}/scripts/build-page.mjs
+          --template ${CMAKE_SOURCE_DIR}/Resources/markdown.html --kind markdown
+          --modules ${MARROWLEAF_PAGE_NPM_DIR}/node_modules
+          --out ${MARROWLEAF_MARKDOWN_PAGE}
+  DEPENDS ${CMAKE_SOURCE_DIR}/Resources/markdown.html ${CMAKE_SOURCE_DIR}/scripts/build-page.mjs
+          ${MARROWLEAF_PAGE_NPM_STAMP}
+  COMMENT "Building the Markdown page"
+  VERBATIM)
+
+add_custom_target(marrowleaf_page ALL DEPENDS ${MARROWLEAF_PAGE} ${MARROWLEAF_MARKDOWN_PAGE})
 add_dependencies(marrowleaf marrowleaf_page)
 
-install(FILES ${MARROWLEAF_PAGE} DESTINATION ${CMAKE_INSTALL_DATADIR}/marrowleaf)
+install(FILES ${MARROWLEAF_PAGE} ${MARROWLEAF_MARKDOWN_PAGE} DESTINATION ${CMAKE_INSTALL_DATADIR}/marrowleaf)

@@ -1,17 +1,19 @@
 #!/usr/bin/env node
-// Builds the note page the app loads from Resources/sticky.html:
+// Builds a page the app loads, from Resources/sticky.html (a note, --kind note)
+// or Resources/markdown.html (the one page that renders Markdown for all
+// notes, --kind markdown):
 //   - each "/* @inline <package file> */" line in the page's one executable
 //     script is replaced by that file from node_modules (markdown-it, DOMPurify);
 //   - the SHA-256 of the finished script is written into the page's
 //     Content-Security-Policy in place of {{SCRIPT_HASH}}, so that script is
 //     the only one the page will ever run.
 //
-// The app fills the page's placeholders later, outside the script, so the hash
-// stays valid. The checks below fail the build rather than ship a page whose
-// script the HTML parser would cut short or the app would rewrite.
+// The app fills a note page's placeholders later, outside the script, so the
+// hash stays valid. The checks below fail the build rather than ship a page
+// whose script the HTML parser would cut short or the app would rewrite.
 //
 // usage: node scripts/build-page.mjs --modules <node_modules> --out <page>
-//                                    [--template Resources/sticky.html]
+//                                    [--template Resources/sticky.html] [--kind note|markdown]
 
 import { createHash } from "node:crypto";
 import { mkdirSync, readFileSync, writeFileSync } from "node:fs";
@@ -30,15 +32,16 @@ function fail(message) {
 }
 
 function options(argv) {
-  const result = { template: path.join(root, "Resources", "sticky.html") };
+  const result = { template: path.join(root, "Resources", "sticky.html"), kind: "note" };
   for (let i = 0; i < argv.length; i += 2) {
     const [name, value] = [argv[i], argv[i + 1]];
-    if (!["--template", "--modules", "--out"].includes(name) || value === undefined) {
+    if (!["--template", "--modules", "--out", "--kind"].includes(name) || value === undefined) {
       fail(`unknown or incomplete option ${name}`);
     }
-    result[name.slice(2)] = path.resolve(value);
+    result[name.slice(2)] = name === "--kind" ? value : path.resolve(value);
   }
   if (!result.modules || !result.out) fail("--modules and --out are required");
+  if (!["note", "markdown"].includes(result.kind)) fail(`unknown page kind ${result.kind}`);
   return result;
 }
 
@@ -74,13 +77,19 @@ function checkScript(script) {
 
 // A note's text may only land in the JSON data block, and colours also in the
 // style sheet: anywhere else (a comment, an attribute) the text could become markup.
-function checkPage(page) {
+function checkPage(page, kind) {
   const policy = page.search(/<meta http-equiv="Content-Security-Policy"/i);
   const firstScript = page.search(/<script[\s>]/i);
   if (policy < 0 || policy > firstScript) fail("the Content-Security-Policy must come before any script");
   if (page.split(HASH_SLOT).length !== 2) fail(`the page must hold ${HASH_SLOT} exactly once`);
 
   const data = /<script type="application\/json" id="data">([\s\S]*?)<\/script>/.exec(page);
+  if (kind === "markdown") {
+    // Nothing of a note is ever written into this page: it gets text only as a call's argument.
+    const stray = new RegExp(`__(?:${PLACEHOLDERS.join("|")})__`).exec(page);
+    if (data || stray) fail("the Markdown page takes no values from the app");
+    return;
+  }
   if (!data) fail('the page has no <script type="application/json" id="data"> block');
   for (const name of PLACEHOLDERS) {
     if (!data[1].includes(`__${name}__`)) fail(`the data block never uses the placeholder for ${name}`);
@@ -95,9 +104,9 @@ function checkPage(page) {
   if (stray) fail(`the placeholder ${stray[0]} appears outside the data block and the style sheet`);
 }
 
-function build({ template, modules, out }) {
+function build({ template, modules, out, kind }) {
   const source = readText(template);
-  checkPage(source);
+  checkPage(source, kind);
 
   const scripts = [...source.matchAll(EXECUTABLE_SCRIPT)];
   if (scripts.length !== 1) fail(`expected one executable <script>, found ${scripts.length}`);
@@ -109,7 +118,9 @@ function build({ template, modules, out }) {
     inlined.add(file);
     return libraryText(modules, file);
   });
-  if (inlined.size === 0) fail("the page script inlines no library");
+  // Only the Markdown page runs the libraries; a note page asks it for HTML.
+  if (kind === "markdown" && inlined.size === 0) fail("the Markdown page inlines no library");
+  if (kind === "note" && inlined.size > 0) fail("a note page inlines no library: the Markdown page renders for it");
   checkScript(script);
 
   const hash = createHash("sha256").update(script, "utf8").digest("base64");

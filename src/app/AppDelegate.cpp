@@ -5,6 +5,8 @@
 #include "registry/Stickies.h"
 #include "shell/Config.h"
 #include "shell/Log.h"
+#include "storage/Files.h"
+#include "storage/Store.h"
 
 #include <glib-unix.h>
 #include <gtk/gtk.h>
@@ -57,6 +59,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     desktop = std::make_unique<LinuxDesktop>();
     desktop->install();
     desktop->noteWindows.setApplication(application);
+    loadMarkdownPage();
     installMainMenu();
     Stickies::shared().start();
     if (TestInterface::wanted())
@@ -66,6 +69,19 @@ void AppDelegate::applicationDidFinishLaunching() {
     g_application_hold(G_APPLICATION(application));
     g_unix_signal_add(SIGTERM, onTerminationSignal, application);
     g_unix_signal_add(SIGINT, onTerminationSignal, application);
+}
+
+// The page that renders every note's Markdown ships beside the note page.
+void AppDelegate::loadMarkdownPage() {
+    const auto notePage = Config::stickyHTML();
+    if (!notePage) return;   // the registry reports the missing note page
+    const auto page = notePage->parent_path() / "markdown.html";
+    std::string html;
+    if (Store::files().read(page, html)) {
+        Log::error("markdown.html not found beside " + notePage->string() + "; notes show their text unrendered");
+        return;
+    }
+    desktop->noteWindows.setMarkdownPage(std::move(html));
 }
 
 void AppDelegate::applicationWillTerminate() {

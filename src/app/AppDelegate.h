@@ -34,6 +34,7 @@ private:
     void applicationDidFinishLaunching();
     void applicationWillTerminate();
     void installMainMenu();
+    void loadMarkdownPage();
     int commandLine(GApplicationCommandLine* line);
     void quit();
 };

@@ -65,6 +65,9 @@ private:
         pageTemplate = readFile(builtPage());
         if (pageTemplate.empty()) throw std::runtime_error("can't read the built page " + builtPage().string());
         factory = std::make_unique<GtkNoteWindowFactory>();
+        const std::string markdownPage = readFile(builtPage().parent_path() / "markdown.html");
+        if (markdownPage.empty()) throw std::runtime_error("can't read the built Markdown page");
+        factory->setMarkdownPage(markdownPage);
         previous = Platform::current();
         Platform platform = previous;
         platform.noteWindowFactory = factory.get();
@@ -356,7 +359,17 @@ protected:
         return runMainContextUntil([&] { return lastSaved() == text; }, timeout);
     }
 
-    json run(StickyController& note, const std::string& script) { return evaluate(view(note), script).value_or(json()); }
+    // Runs `script` once the page shows the HTML of its latest text: the
+    // rendering is asked for when the text changes and arrives a moment later.
+    json run(StickyController& note, const std::string& script) {
+        runMainContextUntil(
+            [&] {
+                return evaluate(view(note), "!document.getElementById('view').hasAttribute('aria-busy')") ==
+                       json(true);
+            },
+            5s);
+        return evaluate(view(note), script).value_or(json());
+    }
 
     std::string viewText(StickyController& note) {
         return run(note, "document.getElementById('view').textContent").get<std::string>();
@@ -418,6 +431,26 @@ TEST_F(NotePage, showsTheNoteAsRenderedMarkdown) {
     EXPECT_EQ(run(note, "document.querySelector('#view h1').textContent"), "Shopping");
     EXPECT_EQ(run(note, "document.querySelectorAll('#view li').length"), 2);
     EXPECT_EQ(run(note, "document.querySelector('#view li strong').textContent"), "bread");
+}
+
+TEST_F(NotePage, showsItsTextAsItIsWhenNoMarkdownPageWasGiven) {
+    // A factory of its own, never given the Markdown page.
+    GtkNoteWindowFactory bare;
+    const Platform shared = Platform::current();
+    Platform platform = shared;
+    platform.noteWindowFactory = &bare;
+    Platform::install(platform);
+    const std::string text = "# Shopping\n\n- milk <b>now</b>";
+    {
+        StickyController note("sticky-bare", text, defaultRecord(), false, NoteDesk::get().pageTemplate,
+                              [](StickyController&, const std::string&, const json&) {});
+        Platform::install(shared);
+        ASSERT_TRUE(loaded(note));
+        EXPECT_EQ(run(note, "document.querySelector('#view .plain').textContent"), text);
+        EXPECT_EQ(run(note, "document.querySelectorAll('#view h1, #view li, #view b').length"), 0);
+        EXPECT_EQ(run(note, "currentText()"), text);
+    }
+    Platform::install(shared);
 }
 
 TEST_F(NotePage, showsAClosingScriptTagInTheNoteLiterally) {

@@ -20,6 +20,7 @@ namespace {
 constexpr double noteMargin = 6;
 constexpr double noteCornerRadius = 9;
 constexpr const char* messageHandlerName = "sticky";
+constexpr const char* markdownHandlerName = "markdown";
 constexpr const char* pageURI = "about:blank";
 constexpr double sameFrameTolerance = 0.5;
 // A frame asked for that the window manager has not confirmed within this
@@ -137,6 +138,7 @@ GtkNoteWindow::~GtkNoteWindow() {
     g_signal_handlers_disconnect_by_data(view, this);
     g_signal_handlers_disconnect_by_data(contentManager, this);
     webkit_user_content_manager_unregister_script_message_handler(contentManager, messageHandlerName);
+    webkit_user_content_manager_unregister_script_message_handler(contentManager, markdownHandlerName);
     gtk_widget_destroy(window);
     g_object_unref(contentManager);
 }
@@ -196,6 +198,11 @@ void GtkNoteWindow::makeView() {
     g_signal_connect(contentManager, std::string("script-message-received::").append(messageHandlerName).c_str(),
                      G_CALLBACK(onScriptMessage), this);
     webkit_user_content_manager_register_script_message_handler(contentManager, messageHandlerName);
+    g_signal_connect(contentManager,
+                     std::string("script-message-with-reply-received::").append(markdownHandlerName).c_str(),
+                     G_CALLBACK(onMarkdownRequest), this);
+    webkit_user_content_manager_register_script_message_handler_with_reply(contentManager, markdownHandlerName,
+                                                                           nullptr);
 
     view = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", factory.sharedView,
                                         "user-content-manager", contentManager, "settings", factory.settings,
@@ -370,6 +377,34 @@ void GtkNoteWindow::onScriptMessage(WebKitUserContentManager*, void* result, Gtk
     g_free(text);
 }
 
+// The page asks for its text as HTML; the answer comes from the one Markdown
+// page, later, so the reply is kept until then.
+int GtkNoteWindow::onMarkdownRequest(WebKitUserContentManager*, void* message, void* replyData, GtkNoteWindow* self) {
+    auto* value = static_cast<JSCValue*>(message);
+    auto* reply = static_cast<WebKitScriptMessageReply*>(replyData);
+    if (!jsc_value_is_string(value)) {
+        webkit_script_message_reply_return_error_message(reply, "the text to render is not a string");
+        return TRUE;
+    }
+    char* text = jsc_value_to_string(value);
+    JSCContext* context = jsc_value_get_context(value);
+    g_object_ref(context);
+    webkit_script_message_reply_ref(reply);
+    self->factory.markdown->render(text, [context, reply](std::optional<std::string> html) {
+        if (html) {
+            JSCValue* answer = jsc_value_new_string(context, html->c_str());
+            webkit_script_message_reply_return_value(reply, answer);
+            g_object_unref(answer);
+        } else {
+            webkit_script_message_reply_return_error_message(reply, "no HTML for this text");
+        }
+        webkit_script_message_reply_unref(reply);
+        g_object_unref(context);
+    });
+    g_free(text);
+    return TRUE;
+}
+
 int GtkNoteWindow::onDecidePolicy(WebKitWebView*, void* decision, int type, GtkNoteWindow*) {
     auto* policy = static_cast<WebKitPolicyDecision*>(decision);
     if (type == WEBKIT_POLICY_DECISION_TYPE_RESPONSE) return FALSE;   // the page itself: the default
@@ -407,6 +442,9 @@ GtkNoteWindowFactory::GtkNoteWindowFactory() {
     // of 4.7 MB per note). The web process reads this when it starts, so it is
     // set before the first one does; a value the user set wins.
     g_setenv("JSC_useJIT", "0", FALSE);
+    // Pages are painted without the GPU anyway; the buffer-sharing renderer
+    // only adds its own set-up, about 17 MB over the app and its web process.
+    g_setenv("WEBKIT_DISABLE_DMABUF_RENDERER", "1", FALSE);
     // Nothing of a note is kept on disk by the engine: no caches, no storage.
     context = webkit_web_context_new_ephemeral();
     webkit_web_context_set_cache_model(context, WEBKIT_CACHE_MODEL_DOCUMENT_VIEWER);
@@ -422,10 +460,12 @@ GtkNoteWindowFactory::GtkNoteWindowFactory() {
 
     sharedView = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", context, "settings", settings, nullptr));
     g_object_ref_sink(sharedView);
+    markdown = std::make_unique<GtkMarkdownPage>(sharedView);
 }
 
 GtkNoteWindowFactory::~GtkNoteWindowFactory() {
     if (reloadSource) g_source_remove(reloadSource);
+    markdown.reset();
     g_object_unref(sharedView);
     g_object_unref(settings);
     g_object_unref(context);
@@ -448,6 +488,7 @@ void GtkNoteWindowFactory::webProcessEnded(int reason) {
 }
 
 void GtkNoteWindowFactory::reloadAll() {
+    markdown->reload();
     // A handler may close and release other windows: walk a copy, checking each is still alive.
     const std::set<GtkNoteWindow*> windows = live;
     for (GtkNoteWindow* window : windows) {

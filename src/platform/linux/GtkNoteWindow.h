@@ -1,7 +1,9 @@
 #pragma once
 #include "platform/NoteWindow.h"
+#include "platform/linux/GtkMarkdownPage.h"
 
 #include <deque>
+#include <memory>
 #include <set>
 
 typedef struct _GtkWidget GtkWidget;
@@ -81,6 +83,7 @@ private:
     void pageLost();
 
     static void onScriptMessage(WebKitUserContentManager*, void* result, GtkNoteWindow* self);
+    static int onMarkdownRequest(WebKitUserContentManager*, void* value, void* reply, GtkNoteWindow* self);
     static int onDecidePolicy(WebKitWebView*, void* decision, int type, GtkNoteWindow* self);
     static void onLoadChanged(WebKitWebView*, int event, GtkNoteWindow* self);
     static void onWebProcessTerminated(WebKitWebView*, int reason, GtkNoteWindow* self);
@@ -100,6 +103,9 @@ public:
     std::unique_ptr<NoteWindow> create(Rect frame, WindowLevel level) override;
     // Windows made from now on belong to `application` and answer its keys.
     void setApplication(GtkApplication* app) { application = app; }
+    // The built Markdown page (Resources/markdown.html) that renders every
+    // note's text; until it is given, notes show their text as it is.
+    void setMarkdownPage(std::string html) { markdown->load(std::move(html)); }
 
     // How long after the web process ended the pages are loaded again.
     static constexpr unsigned reloadDelayMs = 250;
@@ -110,6 +116,7 @@ private:
     WebKitWebContext* context = nullptr;
     WebKitSettings* settings = nullptr;
     WebKitWebView* sharedView = nullptr;
+    std::unique_ptr<GtkMarkdownPage> markdown;
     GtkApplication* application = nullptr;
     std::set<GtkNoteWindow*> live;
     unsigned reloadSource = 0;
