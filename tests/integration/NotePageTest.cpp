@@ -745,6 +745,49 @@ TEST_F(NotePage, snoozingForAnHourSendsTheWakeTimeInMillisecondsAndItsWords) {
     EXPECT_FALSE(body["label"].get<std::string>().empty());
 }
 
+// Opens the snooze menu's date and time picker and fills it with the local
+// time `daysAhead` days from now at 07:30; returns that time in milliseconds.
+static const char* const fillPicker =
+    "(() => { const d = new Date(Date.now() + DAYS * 86400000); d.setHours(7, 30, 0, 0);"
+    " const pad = (n) => String(n).padStart(2, '0');"
+    " document.getElementById('pickDate').value = `${d.getFullYear()}-${pad(d.getMonth() + 1)}-${pad(d.getDate())}`;"
+    " document.getElementById('pickTime').value = '07:30'; return d.getTime(); })()";
+
+static std::string fillPickerScript(int daysAhead) {
+    std::string script = fillPicker;
+    script.replace(script.find("DAYS"), 4, std::to_string(daysAhead));
+    return script;
+}
+
+TEST_F(NotePage, snoozingUntilAPickedDateAndTimeSendsThatTime) {
+    StickyController& note = openShown("x", recordAt({200, 150, 300, 260}));
+    ASSERT_TRUE(click(note, "#snoozeButton"));
+    ASSERT_TRUE(runMainContextUntil([&] { return run(note, "document.getElementById('snoozeMenu').hidden") == false; }));
+    ASSERT_TRUE(click(note, "#snoozeChoices .menu-item:last-child"));
+    ASSERT_TRUE(runMainContextUntil([&] { return run(note, "document.getElementById('picker').hidden") == false; }));
+    const json expected = run(note, fillPickerScript(2));
+    ASSERT_TRUE(expected.is_number());
+    ASSERT_TRUE(click(note, "#pickGo"));
+    ASSERT_TRUE(waitForMessage("snooze"));
+    const json body = messagesOfType("snooze").back().body;
+    EXPECT_EQ(body["at"], expected);
+    ASSERT_TRUE(body["label"].is_string());
+    EXPECT_NE(body["label"].get<std::string>().find("7:30"), std::string::npos) << body["label"];
+}
+
+TEST_F(NotePage, aPickedTimeInThePastIsRefusedWithAMessage) {
+    StickyController& note = openShown("x", recordAt({200, 150, 300, 260}));
+    ASSERT_TRUE(click(note, "#snoozeButton"));
+    ASSERT_TRUE(runMainContextUntil([&] { return run(note, "document.getElementById('snoozeMenu').hidden") == false; }));
+    ASSERT_TRUE(click(note, "#snoozeChoices .menu-item:last-child"));
+    ASSERT_TRUE(runMainContextUntil([&] { return run(note, "document.getElementById('picker').hidden") == false; }));
+    ASSERT_TRUE(run(note, fillPickerScript(-2)).is_number());
+    ASSERT_TRUE(click(note, "#pickGo"));
+    EXPECT_TRUE(runMainContextUntil([&] { return run(note, "document.getElementById('pickError').hidden") == false; }));
+    settle(300ms);
+    EXPECT_TRUE(messagesOfType("snooze").empty());
+}
+
 TEST_F(NotePage, clickingALinkSendsItsAddressAndNeverNavigatesTheNote) {
     StickyController& note = openShown("see [the site](https://example.org/page?q=1) now");
     ASSERT_TRUE(click(note, "#view a"));
