@@ -4,8 +4,9 @@
 //   notes N interactive_ms X pss_mb Y
 //
 // interactive_ms: from exec until every note of the current desktop has its
-// page loaded (the test interface's snapshot gives that note's page text),
-// the median of several starts. pss_mb: the proportional set size of the
+// page loaded (the test interface lists it among the loaded pages, and a
+// snapshot then confirms that each of those pages holds its note's text), the
+// median of several starts. pss_mb: the proportional set size of the
 // program and every process it started (WebKit's), summed from
 // /proc/*/smaps_rollup once every page on every desktop has loaded and the
 // pages have settled, from the last start. Each start gets a fresh home on a
@@ -38,7 +39,7 @@ namespace {
 constexpr int desktops = 4;
 constexpr int startsPerCount = 3;
 constexpr auto loadTimeout = 120s;
-// Between two snapshots: each one asks every page for its text, which costs the program too.
+// Between two questions about loaded pages (which ask no page, so cost the program little).
 constexpr auto pollInterval = 10ms;
 // Long enough for the pages' first paint, their timers and a collection to pass.
 constexpr auto settleTime = 3s;
@@ -79,14 +80,24 @@ void seed(const AppProcess& app, int count) {
     writeFile(app.defaultNotesFolder() / ".stickies.json", ModelJSON::text(state));
 }
 
-// How many of the notes (of desktop 1 only, or all) have their page text.
-int loadedPages(const json& snapshot, bool firstDesktopOnly) {
+// How many of the notes (of desktop 1 only, or all) have loaded their page.
+int countLoaded(const std::vector<std::string>& loadedIds, int count, bool firstDesktopOnly) {
     int loaded = 0;
-    for (const auto& note : snapshot.value("notes", json::array())) {
-        if (firstDesktopOnly && note["record"].value("desktop", 0) != 1) continue;
-        if (note["page"].is_string()) ++loaded;
+    for (int i = 0; i < count; ++i) {
+        if (firstDesktopOnly && desktopOf(i) != 1) continue;
+        if (std::ranges::find(loadedIds, noteId(i)) != loadedIds.end()) ++loaded;
     }
     return loaded;
+}
+
+// Whether every loaded page of desktop 1 in the snapshot holds its note's text.
+bool firstDesktopPagesHoldTheirText(const json& snapshot, int onFirstDesktop) {
+    int holding = 0;
+    for (const auto& note : snapshot.value("notes", json::array())) {
+        if (note["record"].value("desktop", 0) != 1) continue;
+        if (note["page"] == json(noteText)) ++holding;
+    }
+    return holding == onFirstDesktop;
 }
 
 
@@ -108,13 +119,13 @@ std::optional<Start> startOnce(XSession& session, int count, bool measureMemory)
     const auto exec = SteadyClock::now();
     app.start();
     double answered = 0, firstPage = 0;
-    std::optional<json> last;
+    std::optional<std::vector<std::string>> last;
     const bool interactive = waitUntil(
         [&] {
-            last = client.snapshot(30s);
+            last = client.loadedPages(30s);
             if (!last) return false;
             if (!answered) answered = millisecondsSince(exec);
-            const int loaded = loadedPages(*last, true);
+            const int loaded = countLoaded(*last, count, true);
             if (loaded > 0 && !firstPage) firstPage = millisecondsSince(exec);
             return loaded == onFirstDesktop;
         },
@@ -122,7 +133,12 @@ std::optional<Start> startOnce(XSession& session, int count, bool measureMemory)
     const double interactiveMs = millisecondsSince(exec);
     if (!interactive) {
         std::fprintf(stderr, "  only %d of %d pages of the first desktop loaded\n",
-                     last ? loadedPages(*last, true) : 0, onFirstDesktop);
+                     last ? countLoaded(*last, count, true) : 0, onFirstDesktop);
+        return std::nullopt;
+    }
+    const auto snapshot = client.snapshot(30s);
+    if (!snapshot || !firstDesktopPagesHoldTheirText(*snapshot, onFirstDesktop)) {
+        std::fprintf(stderr, "  a loaded page of the first desktop does not hold its note's text\n");
         return std::nullopt;
     }
     std::fprintf(stderr, "  %d notes: first answer %.0f ms, first page %.0f ms, desktop 1's %d pages %.0f ms",
@@ -130,7 +146,7 @@ std::optional<Start> startOnce(XSession& session, int count, bool measureMemory)
 
     Start result{interactiveMs, 0};
     const bool allLoaded =
-        waitUntil([&] { return (last = client.snapshot(30s)) && loadedPages(*last, false) == count; },
+        waitUntil([&] { return (last = client.loadedPages(30s)) && countLoaded(*last, count, false) == count; },
                   loadTimeout, pollInterval);
     std::fprintf(stderr, ", all %d pages %.0f ms\n", count, millisecondsSince(exec));
     if (measureMemory && allLoaded) {

@@ -1,5 +1,7 @@
 #include "app/TestInterface.h"
 
+#include "platform/linux/GtkNoteWindow.h"
+
 #include "geometry/Spaces.h"
 #include "platform/NoteWindow.h"
 #include "registry/Stickies.h"
@@ -24,6 +26,9 @@ constexpr const char* introspection = R"(
     <method name="RunScript">
       <arg type="s" name="id" direction="in"/>
       <arg type="s" name="script" direction="in"/>
+      <arg type="s" name="json" direction="out"/>
+    </method>
+    <method name="LoadedPages">
       <arg type="s" name="json" direction="out"/>
     </method>
     <method name="UndoDelete">
@@ -111,6 +116,8 @@ void TestInterface::onMethodCall(GDBusConnection*, const char*, const char*, con
         const char* script = nullptr;
         g_variant_get(parameters, "(&s&s)", &id, &script);
         self->runScript(id, script, invocation);
+    } else if (g_strcmp0(method, "LoadedPages") == 0) {
+        self->loadedPages(invocation);
     } else if (g_strcmp0(method, "UndoDelete") == 0) {
         // What the status menu's undo will do; until it exists, tests ask for it here.
         Stickies::shared().undoDelete();
@@ -130,6 +137,13 @@ void TestInterface::snapshot(GDBusMethodInvocation* invocation) {
     for (const auto& [id, controller] : registry.open) {
         const std::size_t index = pending->snapshot["notes"].size();
         pending->snapshot["notes"].push_back(describe(id, *controller, registry));
+        // A page still loading has no text yet; asking it would queue the
+        // whole snapshot behind every load in the web process.
+        auto* window = dynamic_cast<GtkNoteWindow*>(&controller->window());
+        if (window && !window->pageLoaded()) {
+            pending->snapshot["notes"][index]["page"] = nullptr;
+            continue;
+        }
         ++pending->waiting;
         controller->window().evaluate("currentText()", [pending, index](std::optional<std::string> result) {
             auto& note = pending->snapshot["notes"][index];
@@ -142,6 +156,16 @@ void TestInterface::snapshot(GDBusMethodInvocation* invocation) {
         });
     }
     pending->finishOne();
+}
+
+void TestInterface::loadedPages(GDBusMethodInvocation* invocation) {
+    // Asks no page anything, so it can be called often without slowing the pages down.
+    nlohmann::json ids = nlohmann::json::array();
+    for (const auto& [id, controller] : Stickies::shared().open) {
+        auto* window = dynamic_cast<GtkNoteWindow*>(&controller->window());
+        if (window && window->pageLoaded()) ids.push_back(id);
+    }
+    g_dbus_method_invocation_return_value(invocation, g_variant_new("(s)", ids.dump().c_str()));
 }
 
 void TestInterface::runScript(const char* id, const char* script, GDBusMethodInvocation* invocation) {

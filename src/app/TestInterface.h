@@ -30,6 +30,7 @@ private:
                              const char* method, GVariant* parameters, GDBusMethodInvocation* invocation,
                              void* self);
     void snapshot(GDBusMethodInvocation* invocation);
+    void loadedPages(GDBusMethodInvocation* invocation);
     void runScript(const char* id, const char* script, GDBusMethodInvocation* invocation);
 };
 

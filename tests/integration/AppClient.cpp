@@ -54,6 +54,17 @@ std::optional<nlohmann::json> AppClient::snapshot(std::chrono::milliseconds time
     return parsed;
 }
 
+std::optional<std::vector<std::string>> AppClient::loadedPages(std::chrono::milliseconds timeout) {
+    auto text = call("LoadedPages", nullptr, timeout);
+    if (!text) return std::nullopt;
+    auto parsed = nlohmann::json::parse(*text, nullptr, false);
+    if (!parsed.is_array()) return std::nullopt;
+    std::vector<std::string> ids;
+    for (const auto& id : parsed)
+        if (id.is_string()) ids.push_back(id.get<std::string>());
+    return ids;
+}
+
 std::optional<nlohmann::json> AppClient::runScript(const std::string& id, const std::string& script,
                                                    std::chrono::milliseconds timeout) {
     auto text = call("RunScript", g_variant_new("(ss)", id.c_str(), script.c_str()), timeout);

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <vector>
 
 typedef struct _GDBusConnection GDBusConnection;
 
@@ -26,6 +27,10 @@ public:
     // The script's result as JSON; absent when the note or the program is not there.
     std::optional<nlohmann::json> runScript(const std::string& id, const std::string& script,
                                             std::chrono::milliseconds timeout = 5s);
+
+    // The ids of the notes whose page has finished loading (their script has
+    // run with the note's text); asks no page, so it is cheap to poll.
+    std::optional<std::vector<std::string>> loadedPages(std::chrono::milliseconds timeout = 5s);
 
     // Puts back the notes of the last delete; whether the program answered.
     bool undoDelete(std::chrono::milliseconds timeout = 5s);
