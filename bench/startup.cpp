@@ -37,7 +37,7 @@ using namespace marrowleaf::bench;
 namespace {
 
 constexpr int desktops = 4;
-constexpr int startsPerCount = 3;
+constexpr int startsPerCount = 5;
 constexpr auto loadTimeout = 120s;
 // Between two questions about loaded pages (which ask no page, so cost the program little).
 constexpr auto pollInterval = 10ms;

@@ -133,7 +133,6 @@ GtkNoteWindow::GtkNoteWindow(GtkNoteWindowFactory& factory, Rect frame, WindowLe
 }
 
 GtkNoteWindow::~GtkNoteWindow() {
-    factory.forget(this);
     factory.live.erase(this);
     if (compositedChangedId) g_signal_handler_disconnect(gtk_widget_get_screen(window), compositedChangedId);
     g_signal_handlers_disconnect_by_data(view, this);
@@ -303,21 +302,7 @@ WindowNumber GtkNoteWindow::windowNumber() const {
 
 void GtkNoteWindow::loadPage(const std::string& html) {
     loaded = false;
-    pendingPage = html;
-    factory.queueLoad(this);
-}
-
-void GtkNoteWindow::startLoad() {
-    loading = true;
-    const std::string page = std::move(pendingPage);
-    pendingPage.clear();
-    webkit_web_view_load_html(view, page.c_str(), nullptr);
-}
-
-void GtkNoteWindow::loadEnded() {
-    if (!loading) return;
-    loading = false;
-    factory.loadFinished(this);
+    webkit_web_view_load_html(view, html.c_str(), nullptr);
 }
 
 void GtkNoteWindow::runScript(const std::string& script) {
@@ -441,16 +426,11 @@ int GtkNoteWindow::onDecidePolicy(WebKitWebView*, void* decision, int type, GtkN
 }
 
 void GtkNoteWindow::onLoadChanged(WebKitWebView*, int event, GtkNoteWindow* self) {
-    if (event != WEBKIT_LOAD_FINISHED) return;
-    // A load replaced by a newer one also finishes; the newer one is still on its way.
-    if (self->loadWaiting) return;
-    self->loaded = true;
-    self->loadEnded();
+    if (event == WEBKIT_LOAD_FINISHED) self->loaded = true;
 }
 
 void GtkNoteWindow::onWebProcessTerminated(WebKitWebView*, int reason, GtkNoteWindow* self) {
     self->loaded = false;
-    self->loadEnded();
     self->factory.webProcessEnded(reason);
 }
 
@@ -505,40 +485,6 @@ void GtkNoteWindowFactory::webProcessEnded(int reason) {
         static_cast<GtkNoteWindowFactory*>(self)->reloadAll();
         return gboolean(G_SOURCE_REMOVE);
     }, this);
-}
-
-void GtkNoteWindowFactory::queueLoad(GtkNoteWindow* window) {
-    if (!window->loadWaiting) {
-        window->loadWaiting = true;
-        loadQueue.push_back(window);
-    }
-    startLoads();
-}
-
-void GtkNoteWindowFactory::loadFinished(GtkNoteWindow*) {
-    --loadsRunning;
-    startLoads();
-}
-
-void GtkNoteWindowFactory::forget(GtkNoteWindow* window) {
-    std::erase(loadQueue, window);
-    if (window->loading) {
-        window->loading = false;
-        --loadsRunning;
-        startLoads();
-    }
-}
-
-void GtkNoteWindowFactory::startLoads() {
-    while (!loadQueue.empty()) {
-        GtkNoteWindow* window = loadQueue.front();
-        // A window loading an older page takes its new one at once: it holds a turn already.
-        if (!window->loading && loadsRunning >= loadsAtOnce) return;
-        loadQueue.pop_front();
-        window->loadWaiting = false;
-        if (!window->loading) ++loadsRunning;
-        window->startLoad();
-    }
 }
 
 void GtkNoteWindowFactory::reloadAll() {

@@ -67,10 +67,6 @@ private:
     };
     std::deque<Request> requested;
     bool loaded = false;
-    // The page waiting for its turn to load, while `loadWaiting`.
-    std::string pendingPage;
-    bool loadWaiting = false;
-    bool loading = false;
     bool awaitingMap = false;
     bool shapedForNoCompositor = false;
     unsigned long compositedChangedId = 0;
@@ -85,8 +81,6 @@ private:
     Rect actualFrame() const;
     void messageArrived(const char* jsonText);
     void pageLost();
-    void startLoad();
-    void loadEnded();
 
     static void onScriptMessage(WebKitUserContentManager*, void* result, GtkNoteWindow* self);
     static int onMarkdownRequest(WebKitUserContentManager*, void* value, void* reply, GtkNoteWindow* self);
@@ -115,11 +109,6 @@ public:
 
     // How long after the web process ended the pages are loaded again.
     static constexpr unsigned reloadDelayMs = 250;
-    // Pages loading at once. The one web process advances all loads in step,
-    // so with every note's page asked for together none is ready before
-    // nearly all are; a few at a time, the first asked for (the notes of the
-    // desktop in front) are ready first.
-    static constexpr int loadsAtOnce = 4;
 
 private:
     friend class GtkNoteWindow;
@@ -130,16 +119,10 @@ private:
     std::unique_ptr<GtkMarkdownPage> markdown;
     GtkApplication* application = nullptr;
     std::set<GtkNoteWindow*> live;
-    std::deque<GtkNoteWindow*> loadQueue;
-    int loadsRunning = 0;
     unsigned reloadSource = 0;
 
     void webProcessEnded(int reason);
     void reloadAll();
-    void queueLoad(GtkNoteWindow* window);
-    void loadFinished(GtkNoteWindow* window);
-    void forget(GtkNoteWindow* window);
-    void startLoads();
 };
 
 }
