@@ -1,12 +1,13 @@
 // How soon a note's page shows a change another program made to its file:
 // the real program runs with a few notes on a private Xvfb (session bus,
 // openbox), one note file is rewritten in place 100 times, 0.5 s apart, and
-// each time the page is asked for its text (currentText(), through the test
-// interface) until it holds the new one. Prints
+// each time the page is asked (through the test interface) for its text and
+// whether its rendered view is still waiting for its HTML, until it holds the
+// new text and shows it. Prints
 //
 //   external_edit_ms median X p95 Y
 //
-// from the write until the page holds the new text; every sample goes to
+// from the write until the page shows the new text; every sample goes to
 // standard error. The asking itself takes a round trip of about a
 // millisecond, which is part of the figures. Judges nothing.
 //
@@ -82,8 +83,9 @@ int main() {
             writeFile(file, text);
             const bool shown = waitUntil(
                 [&] {
-                    auto page = client.runScript(editedId, "currentText()", 1s);
-                    return page && *page == text;
+                    auto page = client.runScript(
+                        editedId, "[currentText(), document.getElementById('view').hasAttribute('aria-busy')]", 1s);
+                    return page && *page == json::array({text, false});
                 },
                 showTimeout, 0ms);
             const double ms = std::chrono::duration<double, std::milli>(SteadyClock::now() - written).count();
