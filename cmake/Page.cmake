@@ -23,27 +23,22 @@ add_custom_command(
   COMMENT "Installing the note page's libraries (npm ci)"
   VERBATIM)
 
-add_custom_command(
-  OUTPUT ${MARROWLEAF_PAGE}
-  COMMAND ${NODE_EXECUTABLE} ${CMAKE_SOURCE_DIR}/scripts/build-page.mjs
-          --template ${CMAKE_SOURCE_DIR}/Resources/sticky.html
-          --modules ${MARROWLEAF_PAGE_NPM_DIR}/node_modules
-          --out ${MARROWLEAF_PAGE}
-  DEPENDS ${CMAKE_SOURCE_DIR}/Resources/sticky.html ${CMAKE_SOURCE_DIR}/scripts/build-page.mjs
-          ${MARROWLEAF_PAGE_NPM_STAMP}
-  COMMENT "Building the note page"
-  VERBATIM)
+# Builds Resources/<name>.html of the given kind (note or markdown) into the build folder.
+function(marrowleaf_build_page name kind out description)
+  add_custom_command(
+    OUTPUT ${out}
+    COMMAND ${NODE_EXECUTABLE} ${CMAKE_SOURCE_DIR}/scripts/build-page.mjs
+            --template ${CMAKE_SOURCE_DIR}/Resources/${name}.html --kind ${kind}
+            --modules ${MARROWLEAF_PAGE_NPM_DIR}/node_modules
+            --out ${out}
+    DEPENDS ${CMAKE_SOURCE_DIR}/Resources/${name}.html ${CMAKE_SOURCE_DIR}/scripts/build-page.mjs
+            ${MARROWLEAF_PAGE_NPM_STAMP}
+    COMMENT "Building ${description}"
+    VERBATIM)
+endfunction()
 
-add_custom_command(
-  OUTPUT ${MARROWLEAF_MARKDOWN_PAGE}
-  COMMAND ${NODE_EXECUTABLE} ${CMAKE_SOURCE_DIR}/scripts/build-page.mjs
-          --template ${CMAKE_SOURCE_DIR}/Resources/markdown.html --kind markdown
-          --modules ${MARROWLEAF_PAGE_NPM_DIR}/node_modules
-          --out ${MARROWLEAF_MARKDOWN_PAGE}
-  DEPENDS ${CMAKE_SOURCE_DIR}/Resources/markdown.html ${CMAKE_SOURCE_DIR}/scripts/build-page.mjs
-          ${MARROWLEAF_PAGE_NPM_STAMP}
-  COMMENT "Building the Markdown page"
-  VERBATIM)
+marrowleaf_build_page(sticky note ${MARROWLEAF_PAGE} "the note page")
+marrowleaf_build_page(markdown markdown ${MARROWLEAF_MARKDOWN_PAGE} "the Markdown page")
 
 add_custom_target(marrowleaf_page ALL DEPENDS ${MARROWLEAF_PAGE} ${MARROWLEAF_MARKDOWN_PAGE})
 add_dependencies(marrowleaf marrowleaf_page)

@@ -404,6 +404,16 @@ protected:
         return true;
     }
 
+    // Opens the snooze menu, then its date and time picker, with clicks.
+    bool openPicker(StickyController& note) {
+        auto shown = [&](const char* id) {
+            return runMainContextUntil(
+                [&] { return run(note, std::string("document.getElementById('") + id + "').hidden") == false; });
+        };
+        return click(note, "#snoozeButton") && shown("snoozeMenu") &&
+               click(note, "#snoozeChoices .menu-item:last-child") && shown("picker");
+    }
+
     void type(const std::string& text) { xdotool({"type", "--delay", "15", "--", text}); }
     void key(const std::string& keys) { xdotool({"key", keys}); }
 
@@ -761,10 +771,7 @@ static std::string fillPickerScript(int daysAhead) {
 
 TEST_F(NotePage, snoozingUntilAPickedDateAndTimeSendsThatTime) {
     StickyController& note = openShown("x", recordAt({200, 150, 300, 260}));
-    ASSERT_TRUE(click(note, "#snoozeButton"));
-    ASSERT_TRUE(runMainContextUntil([&] { return run(note, "document.getElementById('snoozeMenu').hidden") == false; }));
-    ASSERT_TRUE(click(note, "#snoozeChoices .menu-item:last-child"));
-    ASSERT_TRUE(runMainContextUntil([&] { return run(note, "document.getElementById('picker').hidden") == false; }));
+    ASSERT_TRUE(openPicker(note));
     const json expected = run(note, fillPickerScript(2));
     ASSERT_TRUE(expected.is_number());
     ASSERT_TRUE(click(note, "#pickGo"));
@@ -777,10 +784,7 @@ TEST_F(NotePage, snoozingUntilAPickedDateAndTimeSendsThatTime) {
 
 TEST_F(NotePage, aPickedTimeInThePastIsRefusedWithAMessage) {
     StickyController& note = openShown("x", recordAt({200, 150, 300, 260}));
-    ASSERT_TRUE(click(note, "#snoozeButton"));
-    ASSERT_TRUE(runMainContextUntil([&] { return run(note, "document.getElementById('snoozeMenu').hidden") == false; }));
-    ASSERT_TRUE(click(note, "#snoozeChoices .menu-item:last-child"));
-    ASSERT_TRUE(runMainContextUntil([&] { return run(note, "document.getElementById('picker').hidden") == false; }));
+    ASSERT_TRUE(openPicker(note));
     ASSERT_TRUE(run(note, fillPickerScript(-2)).is_number());
     ASSERT_TRUE(click(note, "#pickGo"));
     EXPECT_TRUE(runMainContextUntil([&] { return run(note, "document.getElementById('pickError').hidden") == false; }));
