@@ -100,6 +100,9 @@ public:
     static constexpr double messageSeconds = 1.4;
     static constexpr double backSeconds = 2.5;
     static constexpr double windowMargin = 6;
+    // At start the pages of notes on desktops not in front wait until every
+    // note in front has its page running, or this long at most.
+    static constexpr double waitingPagesDelay = 1.0;
 
 private:
     std::unique_ptr<FileWatcher> watcher;
@@ -110,6 +113,11 @@ private:
     // Notes whose latest text could not be written; their pages are not
     // overwritten from disk, and the write is tried again.
     std::set<std::string> unsaved;
+    // During start: notes in front whose page has not started yet, and the
+    // notes elsewhere whose page waits for them.
+    bool starting = false;
+    std::set<std::string> frontPagesStarting;
+    std::vector<std::string> pagesWaiting;
 
     void observeDesktop();
     void onFolderChange(const std::vector<std::string>& paths);
@@ -123,6 +131,8 @@ private:
     bool isHidden(const std::string& key) const;
     void place(StickyController& controller, SpaceId space);
     void closeController(const std::string& id);
+    void pageStarted(const std::string& id);
+    void loadWaitingPages();
     void writeNote(StickyController& controller, const std::string& text);
     void retryUnsaved();
     void pushContent(StickyController& controller, const std::string& text);

@@ -64,7 +64,9 @@ void Stickies::unsnooze(const std::string& id) {
 void Stickies::front(const std::string& id) {
     refresh();
     auto controller = open.find(id);
-    if (controller != open.end() && controller->second->visible) controller->second->window().focus();
+    if (controller == open.end()) return;
+    controller->second->loadPage();
+    if (controller->second->visible) controller->second->window().focus();
 }
 
 }

@@ -73,7 +73,15 @@ void Stickies::start() {
     }
     pageTemplate = std::move(text);
     state = Store::loadState();
+    // The web engine works on one page at a time: the pages of the desktop in
+    // front are asked for alone, so they are ready first.
+    starting = true;
     sync();
+    starting = false;
+    if (!pagesWaiting.empty()) {
+        if (frontPagesStarting.empty()) loadWaitingPages();
+        else later(waitingPagesDelay, [this] { loadWaitingPages(); });
+    }
     watcher = std::make_unique<FileWatcher>(
         Config::notesDir(), [this](const std::vector<std::string>& paths) { onFolderChange(paths); });
     observeDesktop();
@@ -82,7 +90,11 @@ void Stickies::start() {
 }
 
 void Stickies::observeDesktop() {
-    observers.push_back(Platform::windowSystem().watchActiveSpace([this] { refresh(); }));
+    observers.push_back(Platform::windowSystem().watchActiveSpace([this] {
+        // Another desktop in front: no page waits any longer.
+        loadWaitingPages();
+        refresh();
+    }));
     observers.push_back(
         Platform::desktop().watchWake([this] { later(wakeDelay, [this] { checkSnoozes(); }); }));
     observers.push_back(Platform::displays().watchChanges([this] {
@@ -189,11 +201,30 @@ void Stickies::openSticky(const std::string& id, const std::string& content, boo
     std::optional<Screen> screen = Geo::screen(record.screen);
     if (!screen && !screens.empty()) screen = screens.front();
     if (screen) record.frame = toFrame(Geo::clamp(toRect(record.frame), *screen, windowMargin));
+    const bool inFront = !starting || onActiveDesktop(id);
     open[id] = std::make_unique<StickyController>(
         id, content, record, editNow, pageTemplate,
         [this](StickyController& controller, const std::string& type, const nlohmann::json& body) {
             handle(controller, type, body);
-        });
+        },
+        inFront ? StickyController::PageLoad::now : StickyController::PageLoad::later);
+    if (!starting) return;
+    if (inFront) frontPagesStarting.insert(id);
+    else pagesWaiting.push_back(id);
+}
+
+void Stickies::pageStarted(const std::string& id) {
+    if (!frontPagesStarting.erase(id) || !frontPagesStarting.empty()) return;
+    loadWaitingPages();
+}
+
+void Stickies::loadWaitingPages() {
+    frontPagesStarting.clear();
+    const auto waiting = std::move(pagesWaiting);
+    pagesWaiting.clear();
+    for (const auto& id : waiting) {
+        if (auto controller = open.find(id); controller != open.end()) controller->second->loadPage();
+    }
 }
 
 void Stickies::closeController(const std::string& id) {

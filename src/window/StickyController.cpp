@@ -86,14 +86,20 @@ std::string flag(bool on) { return on ? "true" : "false"; }
 }
 
 StickyController::StickyController(std::string id, std::string content, const Record& record, bool editNow,
-                                   const std::string& pageTemplate, MessageSink sink)
+                                   const std::string& pageTemplate, MessageSink sink, PageLoad load)
     : id(std::move(id)), content(std::move(content)), pageTemplate(&pageTemplate), sink(std::move(sink)),
       shownColor(StickyColor::named(record.color).name) {
     const Frame& f = record.frame;
     noteWindow = Platform::noteWindows().create(Rect{f.x, f.y, f.w, f.h}, level(record.pinned.value_or(false)));
     noteWindow->setMessageHandler([this](const nlohmann::json& body) { receive(body); });
     noteWindow->setPageLostHandler([this] { reloadPage(); });
+    if (load == PageLoad::later) return;
+    requested = true;
     noteWindow->loadPage(page(pageTemplate, record, this->content, editNow));
+}
+
+void StickyController::loadPage() {
+    if (!requested) reloadPage();
 }
 
 StickyController::~StickyController() = default;
@@ -117,6 +123,7 @@ void StickyController::reloadPage() {
     Record look;
     look.color = shownColor;
     contentVersion = 0;
+    requested = true;
     noteWindow->loadPage(page(*pageTemplate, look, content, false));
 }
 

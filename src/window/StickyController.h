@@ -23,11 +23,14 @@ public:
     using MessageSink =
         std::function<void(StickyController& controller, const std::string& type, const nlohmann::json& body)>;
 
+    // When the page is loaded: with the window, or when `loadPage` is called.
+    enum class PageLoad { now, later };
+
     // Makes the window (hidden, at the record's frame, floating when pinned)
-    // and loads the note's page. `pageTemplate` must outlive the controller:
-    // the page is built from it again if the page is lost.
+    // and loads the note's page, unless told to wait. `pageTemplate` must
+    // outlive the controller: the page is built from it again if the page is lost.
     StickyController(std::string id, std::string content, const Record& record, bool editNow,
-                     const std::string& pageTemplate, MessageSink sink);
+                     const std::string& pageTemplate, MessageSink sink, PageLoad load = PageLoad::now);
     ~StickyController();
     StickyController(const StickyController&) = delete;
     StickyController& operator=(const StickyController&) = delete;
@@ -57,6 +60,11 @@ public:
     static WindowLevel level(bool pinned) { return pinned ? WindowLevel::floating : WindowLevel::normal; }
 
     NoteWindow& window() const { return *noteWindow; }
+
+    // Loads the page of a controller made with `PageLoad::later`, from the
+    // note's current text and colour; nothing once the page was asked for.
+    void loadPage();
+    bool pageRequested() const { return requested; }
 
     // Stops listening to the page, orders the window out and closes it; the
     // window stays valid until the controller goes. For a note whose file is gone.
@@ -97,6 +105,7 @@ private:
     // The colour the page shows, so a lost page comes back in it.
     std::string shownColor;
     std::unique_ptr<NoteWindow> noteWindow;
+    bool requested = false;
 
     void reloadPage();
 };

@@ -348,3 +348,94 @@ TEST_F(StickiesSync, aCorruptStateFileCostsNoNote) {
     EXPECT_EQ(noteText("a"), "precious");
     EXPECT_TRUE(stateOnDisk().stickies.count("a"));
 }
+
+// ---------------------------------------------------------------- pages at start
+
+namespace {
+
+class StickiesStartPages : public RegistryFixture {
+protected:
+    // "front" on desktop 1 (in front), "second" on 2, "third" on 3.
+    void SetUp() override {
+        RegistryFixture::SetUp();
+        AppState state;
+        state.stickies["front"] = record(1);
+        state.stickies["second"] = record(2);
+        state.stickies["third"] = record(3);
+        saveState(state);
+        writeNote("front", "in front");
+        writeNote("second", "on two");
+        writeNote("third", "on three");
+    }
+
+    std::size_t pagesOf(const std::string& id) { return window(id).pages.size(); }
+};
+
+}
+
+TEST_F(StickiesStartPages, notesElsewhereLoadTheirPagesOnceEveryNoteInFrontHasStarted) {
+    registry->start();
+    EXPECT_EQ(pagesOf("front"), 1u);
+    EXPECT_EQ(pagesOf("second"), 0u);
+    EXPECT_EQ(pagesOf("third"), 0u);
+    post("front", {{"t", "bar"}, {"w", 90}});
+    EXPECT_EQ(pagesOf("second"), 1u);
+    EXPECT_EQ(pagesOf("third"), 1u);
+    EXPECT_NE(window("second").pages.front().find("on two"), std::string::npos);
+    // The pages elsewhere are placed on their desktops all the same.
+    EXPECT_EQ(controller("second").placed, SpaceId{2});
+}
+
+TEST_F(StickiesStartPages, notesElsewhereWaitASecondAtMost) {
+    registry->start();
+    platform.clock.advance(Stickies::waitingPagesDelay - 0.1);
+    EXPECT_EQ(pagesOf("second"), 0u);
+    platform.clock.advance(0.1);
+    EXPECT_EQ(pagesOf("second"), 1u);
+    EXPECT_EQ(pagesOf("third"), 1u);
+    // A late start of the page in front loads nothing twice.
+    post("front", {{"t", "bar"}, {"w", 90}});
+    EXPECT_EQ(pagesOf("second"), 1u);
+    EXPECT_EQ(pagesOf("front"), 1u);
+}
+
+TEST_F(StickiesStartPages, anotherDesktopInFrontLoadsTheWaitingPagesAtOnce) {
+    registry->start();
+    platform.windowServer.switchTo(2);
+    EXPECT_EQ(pagesOf("second"), 1u);
+    EXPECT_EQ(pagesOf("third"), 1u);
+    EXPECT_TRUE(shown("second"));
+}
+
+TEST_F(StickiesStartPages, aWaitingPageIsBuiltFromTheTextTheNoteHasWhenItLoads) {
+    registry->start();
+    writeNote("second", "changed on two");
+    folderChanged({"second.md"});
+    EXPECT_EQ(controller("second").content, "changed on two");
+    post("front", {{"t", "bar"}, {"w", 90}});
+    ASSERT_EQ(pagesOf("second"), 1u);
+    EXPECT_NE(window("second").pages.front().find("changed on two"), std::string::npos);
+}
+
+TEST_F(StickiesStartPages, jumpingToAWaitingNoteLoadsItsPage) {
+    registry->start();
+    registry->front("third");
+    EXPECT_EQ(pagesOf("third"), 1u);
+    EXPECT_EQ(pagesOf("second"), 0u);
+}
+
+TEST_F(StickiesStartPages, withNoNoteInFrontNoPageWaits) {
+    std::filesystem::remove(notes / "front.md");
+    registry->start();
+    EXPECT_EQ(pagesOf("second"), 1u);
+    EXPECT_EQ(pagesOf("third"), 1u);
+}
+
+TEST_F(StickiesStartPages, aNoteFoundAfterStartLoadsItsPageAtOnceWhereverItIs) {
+    registry->start();
+    registry->state.stickies["later"] = record(2);
+    writeNote("later", "new on two");
+    folderChanged({"later.md"});
+    ASSERT_TRUE(registry->open.count("later"));
+    EXPECT_EQ(pagesOf("later"), 1u);
+}

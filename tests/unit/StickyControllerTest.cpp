@@ -440,3 +440,25 @@ TEST_F(StickyControllerTest, reloadsNothingOnceClosed) {
     EXPECT_FALSE(window().losePage());
     EXPECT_EQ(window().pages.size(), 1u);
 }
+
+TEST_F(StickyControllerTest, aControllerToldToWaitLoadsItsPageOnlyWhenAskedFromWhatItHoldsThen) {
+    pageTemplate = "__COLOR__ __CONTENT__";
+    auto controller = std::make_unique<StickyController>(
+        "sticky-20260314-101500", "first", recordIn("pink"), false, pageTemplate,
+        [](StickyController&, const std::string&, const json&) {}, StickyController::PageLoad::later);
+    EXPECT_TRUE(window().pages.empty());
+    EXPECT_FALSE(controller->pageRequested());
+    controller->content = "second";
+    controller->sendColor(StickyColor::named("mocha"));
+    controller->loadPage();
+    controller->loadPage();
+    EXPECT_THAT(window().pages, ElementsAre(R"("mocha" "second")"));
+    EXPECT_TRUE(controller->pageRequested());
+}
+
+TEST_F(StickyControllerTest, aControllerThatLoadedItsPageLoadsNothingMoreWhenAsked) {
+    auto controller = open();
+    ASSERT_EQ(window().pages.size(), 1u);
+    controller->loadPage();
+    EXPECT_EQ(window().pages.size(), 1u);
+}
