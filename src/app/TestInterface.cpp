@@ -63,6 +63,12 @@ nlohmann::json describe(const std::string& id, const StickyController& controlle
     return note;
 }
 
+// Whether the note's page has finished loading (its script has run).
+bool pageLoaded(const StickyController& controller) {
+    auto* window = dynamic_cast<const GtkNoteWindow*>(&controller.window());
+    return !window || window->pageLoaded();
+}
+
 // Gathers the page texts, which arrive one by one, then answers the call.
 struct PendingSnapshot {
     GDBusMethodInvocation* invocation;
@@ -139,8 +145,7 @@ void TestInterface::snapshot(GDBusMethodInvocation* invocation) {
         pending->snapshot["notes"].push_back(describe(id, *controller, registry));
         // A page still loading has no text yet; asking it would queue the
         // whole snapshot behind every load in the web process.
-        auto* window = dynamic_cast<GtkNoteWindow*>(&controller->window());
-        if (window && !window->pageLoaded()) {
+        if (!pageLoaded(*controller)) {
             pending->snapshot["notes"][index]["page"] = nullptr;
             continue;
         }
@@ -162,8 +167,7 @@ void TestInterface::loadedPages(GDBusMethodInvocation* invocation) {
     // Asks no page anything, so it can be called often without slowing the pages down.
     nlohmann::json ids = nlohmann::json::array();
     for (const auto& [id, controller] : Stickies::shared().open) {
-        auto* window = dynamic_cast<GtkNoteWindow*>(&controller->window());
-        if (window && window->pageLoaded()) ids.push_back(id);
+        if (pageLoaded(*controller)) ids.push_back(id);
     }
     g_dbus_method_invocation_return_value(invocation, g_variant_new("(s)", ids.dump().c_str()));
 }
