@@ -87,6 +87,7 @@ protected:
     std::atomic<bool> running{false};
     std::mutex roundMutex;
     std::condition_variable roundOver;
+    std::optional<nlohmann::json> lastSnapshot;
 
     fs::path notes() const { return app.defaultNotesFolder(); }
     fs::path noteFile(const std::string& id) const { return notes() / (id + ".md"); }
@@ -104,10 +105,12 @@ protected:
     }
 
     bool waitUntilUp() {
+        lastSnapshot.reset();
         return waitUntil(
             [&] {
                 auto snapshot = client.snapshot(1s);
                 if (!snapshot) return false;
+                lastSnapshot = snapshot;
                 for (int n = 0; n < notesInPlay; ++n) {
                     auto note = AppClient::note(*snapshot, noteId(n));
                     if (!note || !(*note)["page"].is_string()) return false;
@@ -177,8 +180,33 @@ protected:
         return count;
     }
 
+    // What was seen of the program, for a round that went wrong.
     std::string diagnostics() {
-        return "\nlog:\n" + readFile(app.logFile()) + "\nstandard error:\n" + app.standardError();
+        std::string seen =
+            app.running() ? "\nthe program still runs"
+                          : "\nthe program ended with status " + std::to_string(app.exitCode().value_or(-1));
+        seen +=
+            lastSnapshot ? "\nthe last snapshot showed " + pagesIn(*lastSnapshot) : "\nno snapshot answered";
+        return seen + "\nlog, last lines:\n" + lastLogLines() + "\nstandard error:\n" + app.standardError();
+    }
+
+    static std::string pagesIn(const nlohmann::json& snapshot) {
+        std::string pages;
+        for (int n = 0; n < notesInPlay; ++n) {
+            auto note = AppClient::note(snapshot, noteId(n));
+            pages += noteId(n) + (!note                         ? " without a window; "
+                                  : (*note)["page"].is_string() ? " with its page; "
+                                                                : " without its page; ");
+        }
+        return pages;
+    }
+
+    std::string lastLogLines(std::size_t count = 20) const {
+        const auto lines = app.logLines();
+        std::string tail;
+        for (std::size_t i = lines.size() > count ? lines.size() - count : 0; i < lines.size(); ++i)
+            tail += lines[i] + "\n";
+        return tail;
     }
 };
 
