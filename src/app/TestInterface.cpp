@@ -143,9 +143,10 @@ void TestInterface::snapshot(GDBusMethodInvocation* invocation) {
     for (const auto& [id, controller] : registry.open) {
         const std::size_t index = pending->snapshot["notes"].size();
         pending->snapshot["notes"].push_back(describe(id, *controller, registry));
-        // A page still loading has no text yet; asking it would queue the
-        // whole snapshot behind every load in the web process.
-        if (!pageLoaded(*controller)) {
+        // A page not yet asked for has nothing to say. One still loading is
+        // asked all the same: it answers once it runs, and whether its load
+        // has finished is the engine's bookkeeping, not the page's.
+        if (!controller->pageRequested()) {
             pending->snapshot["notes"][index]["page"] = nullptr;
             continue;
         }
