@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <nlohmann/json.hpp>
+#include <type_traits>
 
 namespace marrowleaf {
 
@@ -36,13 +37,23 @@ std::optional<std::string> readText(const json& object, const char* key) {
     return found->get<std::string>();
 }
 
-// An optional member: absent (or null) is fine, present with the wrong type is not.
-enum class Optional { absent, present, mistyped };
+template <class T> bool holds(const json& value) {
+    if constexpr (std::is_same_v<T, bool>)
+        return value.is_boolean();
+    else if constexpr (std::is_arithmetic_v<T>)
+        return value.is_number();
+    else
+        return value.is_string();
+}
 
-template <class Check> Optional optionalKind(const json& object, const char* key, Check isRightType) {
+// Reads an optional member into `target`: absent (or null) is fine and leaves
+// it empty; false when the member is there with the wrong type.
+template <class T> bool readOptional(const json& object, const char* key, std::optional<T>& target) {
     auto found = object.find(key);
-    if (found == object.end() || found->is_null()) return Optional::absent;
-    return isRightType(*found) ? Optional::present : Optional::mistyped;
+    if (found == object.end() || found->is_null()) return true;
+    if (!holds<T>(*found)) return false;
+    target = found->get<T>();
+    return true;
 }
 
 }
@@ -126,15 +137,7 @@ std::optional<Record> ModelJSON::decodeRecord(const json& value) {
     if (!color) return std::nullopt;
     record.color = *color;
 
-    switch (optionalKind(value, "pinned", [](const json& v) { return v.is_boolean(); })) {
-    case Optional::mistyped:
-        return std::nullopt;
-    case Optional::present:
-        record.pinned = value["pinned"].get<bool>();
-        break;
-    case Optional::absent:
-        break;
-    }
+    if (!readOptional(value, "pinned", record.pinned)) return std::nullopt;
 
     auto frameValue = value.find("frame");
     if (frameValue == value.end()) return std::nullopt;
@@ -142,24 +145,8 @@ std::optional<Record> ModelJSON::decodeRecord(const json& value) {
     if (!frame) return std::nullopt;
     record.frame = *frame;
 
-    switch (optionalKind(value, "snoozeUntil", [](const json& v) { return v.is_number(); })) {
-    case Optional::mistyped:
-        return std::nullopt;
-    case Optional::present:
-        record.snoozeUntil = value["snoozeUntil"].get<double>();
-        break;
-    case Optional::absent:
-        break;
-    }
-    switch (optionalKind(value, "snoozeLabel", [](const json& v) { return v.is_string(); })) {
-    case Optional::mistyped:
-        return std::nullopt;
-    case Optional::present:
-        record.snoozeLabel = value["snoozeLabel"].get<std::string>();
-        break;
-    case Optional::absent:
-        break;
-    }
+    if (!readOptional(value, "snoozeUntil", record.snoozeUntil)) return std::nullopt;
+    if (!readOptional(value, "snoozeLabel", record.snoozeLabel)) return std::nullopt;
     return record;
 }
 

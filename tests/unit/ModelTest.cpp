@@ -3,6 +3,8 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <utility>
+#include <vector>
 
 using namespace marrowleaf;
 using nlohmann::json;
@@ -57,6 +59,28 @@ TEST(Model, aMistypedOptionalKeyFailsTheRecord) {
     json value = recordJSON();
     value["snoozeUntil"] = "tomorrow";
     EXPECT_EQ(ModelJSON::decodeRecord(value), std::nullopt);
+}
+
+TEST(Model, eachOptionalKeyIsCheckedForItsOwnType) {
+    const std::vector<std::pair<const char*, json>> mistyped{
+        {"pinned", "yes"}, {"pinned", 1}, {"snoozeUntil", true}, {"snoozeLabel", 5}};
+    for (const auto& [key, wrong] : mistyped) {
+        json value = recordJSON();
+        value[key] = wrong;
+        EXPECT_EQ(ModelJSON::decodeRecord(value), std::nullopt) << key << " = " << wrong;
+    }
+}
+
+TEST(Model, aNullOptionalKeyReadsAsAbsent) {
+    json value = recordJSON();
+    value["pinned"] = nullptr;
+    value["snoozeUntil"] = nullptr;
+    value["snoozeLabel"] = nullptr;
+    const auto record = ModelJSON::decodeRecord(value);
+    ASSERT_TRUE(record);
+    EXPECT_EQ(record->pinned, std::nullopt);
+    EXPECT_EQ(record->snoozeUntil, std::nullopt);
+    EXPECT_EQ(record->snoozeLabel, std::nullopt);
 }
 
 TEST(Model, aMistypedRequiredKeyFailsTheRecord) {
