@@ -33,21 +33,14 @@ constexpr int execFailedStatus = 127;
 
 std::runtime_error failure(const std::string& what) { return std::runtime_error(what); }
 
-std::string lastLines(const fs::path& file, std::size_t count = 15) {
-    auto lines = readLines(file);
-    std::string tail;
-    for (std::size_t i = lines.size() > count ? lines.size() - count : 0; i < lines.size(); ++i)
-        tail += "\n  " + lines[i];
-    return tail;
-}
-
 // A pipe whose ends close themselves; both are close-on-exec until a child is told to keep one.
 struct Pipe {
     int read = -1;
     int write = -1;
     Pipe() {
         int fds[2];
-        if (pipe2(fds, O_CLOEXEC) != 0) throw failure(std::string("can't make a pipe: ") + std::strerror(errno));
+        if (pipe2(fds, O_CLOEXEC) != 0)
+            throw failure(std::string("can't make a pipe: ") + std::strerror(errno));
         read = fds[0];
         write = fds[1];
     }
@@ -71,7 +64,8 @@ std::optional<std::string> readLine(int fd, std::chrono::milliseconds timeout) {
     const auto deadline = SteadyClock::now() + timeout;
     std::string line;
     for (;;) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - SteadyClock::now());
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - SteadyClock::now());
         if (left.count() <= 0) return std::nullopt;
         pollfd waiting{fd, POLLIN, 0};
         const int ready = poll(&waiting, 1, static_cast<int>(left.count()));
@@ -94,14 +88,16 @@ int decodeStatus(int status) {
 
 std::vector<char*> cStrings(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
-    for (auto& t : texts) pointers.push_back(t.data());
+    for (auto& t : texts)
+        pointers.push_back(t.data());
     pointers.push_back(nullptr);
     return pointers;
 }
 
 std::string joined(const std::vector<std::string>& argv) {
     std::string text;
-    for (const auto& a : argv) text += (text.empty() ? "" : " ") + a;
+    for (const auto& a : argv)
+        text += (text.empty() ? "" : " ") + a;
     return text;
 }
 
@@ -119,7 +115,8 @@ std::string joined(const std::vector<std::string>& argv) {
     if (errFd >= 0) dup2(errFd, STDERR_FILENO);
     // Nothing of the test's own leaks into the child but what it is told to keep.
     close_range(3, UINT_MAX, CLOSE_RANGE_CLOEXEC);
-    for (int fd : keep) fcntl(fd, F_SETFD, 0);
+    for (int fd : keep)
+        fcntl(fd, F_SETFD, 0);
     if (folder[0] != '\0' && chdir(folder) != 0) {
         const int error = errno;
         (void)!::write(reportFd, &error, sizeof error);
@@ -146,7 +143,8 @@ bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds
 bool runMainContextUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout) {
     GMainContext* context = g_main_context_ref_thread_default();
     GSource* tick = g_timeout_source_new(mainContextTick);
-    g_source_set_callback(tick, [](gpointer) { return gboolean(G_SOURCE_CONTINUE); }, nullptr, nullptr);
+    g_source_set_callback(
+        tick, [](gpointer) { return gboolean(G_SOURCE_CONTINUE); }, nullptr, nullptr);
     g_source_attach(tick, context);
     const auto deadline = SteadyClock::now() + timeout;
     bool held = condition();
@@ -170,8 +168,17 @@ std::string readFile(const fs::path& file) {
 std::vector<std::string> readLines(const fs::path& file) {
     std::vector<std::string> lines;
     std::ifstream in(file, std::ios::binary);
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    for (std::string line; std::getline(in, line);)
+        lines.push_back(line);
     return lines;
+}
+
+std::string lastLines(const fs::path& file, std::size_t count) {
+    auto lines = readLines(file);
+    std::string tail;
+    for (std::size_t i = lines.size() > count ? lines.size() - count : 0; i < lines.size(); ++i)
+        tail += "\n  " + lines[i];
+    return tail;
 }
 
 void writeFile(const fs::path& file, const std::string& content) {
@@ -184,7 +191,8 @@ void writeFile(const fs::path& file, const std::string& content) {
 TemporaryFolder::TemporaryFolder(const std::string& prefix) {
     const char* base = std::getenv("TMPDIR");
     std::string pattern = (fs::path(base && *base ? base : "/tmp") / (prefix + "-XXXXXX")).string();
-    if (!mkdtemp(pattern.data())) throw failure("can't make a temporary folder: " + std::string(std::strerror(errno)));
+    if (!mkdtemp(pattern.data()))
+        throw failure("can't make a temporary folder: " + std::string(std::strerror(errno)));
     folder = pattern;
 }
 
@@ -213,7 +221,8 @@ ChildProcess::ChildProcess(Options options) {
     if (options.argv.empty()) throw failure("can't start a process without a command");
     std::vector<std::string> args = options.argv;
     std::vector<std::string> envTexts;
-    for (const auto& [name, value] : options.environment) envTexts.push_back(name + "=" + value);
+    for (const auto& [name, value] : options.environment)
+        envTexts.push_back(name + "=" + value);
     auto argv = cStrings(args);
     auto envp = cStrings(envTexts);
     const std::string out = options.standardOutput.empty() ? "/dev/null" : options.standardOutput.string();
@@ -224,13 +233,14 @@ ChildProcess::ChildProcess(Options options) {
     child = fork();
     if (child < 0) throw failure("can't fork for " + args[0] + ": " + std::strerror(errno));
     if (child == 0)
-        becomeChild(argv[0], argv.data(), envp.data(), out.c_str(), err.c_str(), folder.c_str(), options.keepFds,
-                    report.write);
+        becomeChild(argv[0], argv.data(), envp.data(), out.c_str(), err.c_str(), folder.c_str(),
+                    options.keepFds, report.write);
     setpgid(child, child);   // also here, so the group exists before we might signal it
     report.closeWrite();
     int error = 0;
     ssize_t got;
-    do got = ::read(report.read, &error, sizeof error);
+    do
+        got = ::read(report.read, &error, sizeof error);
     while (got < 0 && errno == EINTR);
     if (got == sizeof error) {
         wait(5s);
@@ -249,13 +259,15 @@ bool ChildProcess::reap(bool block) {
     siginfo_t info{};
     const int options = WEXITED | WNOWAIT | (block ? 0 : WNOHANG);
     int result;
-    do result = waitid(P_PID, static_cast<id_t>(child), &info, options);
+    do
+        result = waitid(P_PID, static_cast<id_t>(child), &info, options);
     while (result < 0 && errno == EINTR);
     if (result == 0 && info.si_pid == 0) return false;   // still running
     if (result == 0) kill(-child, SIGKILL);
     int raw = 0;
     pid_t reaped;
-    do reaped = waitpid(child, &raw, 0);
+    do
+        reaped = waitpid(child, &raw, 0);
     while (reaped < 0 && errno == EINTR);
     status = reaped == child ? decodeStatus(raw) : -1;
     return true;
@@ -303,7 +315,8 @@ XConnection::XConnection(const std::string& display) {
         throw failure("can't connect to the X server " + display);
     }
     auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
-    for (int i = 0; i < screenNumber && screens.rem; ++i) xcb_screen_next(&screens);
+    for (int i = 0; i < screenNumber && screens.rem; ++i)
+        xcb_screen_next(&screens);
     rootWindow = screens.data->root;
 }
 
@@ -322,9 +335,11 @@ xcb_atom_t XConnection::atom(const std::string& name) {
 }
 
 std::string XConnection::atomName(xcb_atom_t value) {
-    xcb_get_atom_name_reply_t* reply = xcb_get_atom_name_reply(connection, xcb_get_atom_name(connection, value), nullptr);
+    xcb_get_atom_name_reply_t* reply =
+        xcb_get_atom_name_reply(connection, xcb_get_atom_name(connection, value), nullptr);
     if (!reply) return {};
-    std::string name(xcb_get_atom_name_name(reply), static_cast<std::size_t>(xcb_get_atom_name_name_length(reply)));
+    std::string name(xcb_get_atom_name_name(reply),
+                     static_cast<std::size_t>(xcb_get_atom_name_name_length(reply)));
     free(reply);
     return name;
 }
@@ -349,7 +364,8 @@ std::optional<XConnection::Property> XConnection::property(xcb_window_t window, 
     return result;
 }
 
-std::optional<std::vector<std::uint32_t>> XConnection::cardinals(xcb_window_t window, const std::string& name) {
+std::optional<std::vector<std::uint32_t>> XConnection::cardinals(xcb_window_t window,
+                                                                 const std::string& name) {
     auto p = property(window, name);
     if (!p || p->format != 32) return std::nullopt;
     std::vector<std::uint32_t> values(p->data.size() / 4);
@@ -407,8 +423,8 @@ void XSession::startXServer() {
     const std::string screen = std::to_string(options_.width) + "x" + std::to_string(options_.height) + "x" +
                                std::to_string(options_.depth);
     ChildProcess::Options o;
-    o.argv = {"Xvfb", "-displayfd", std::to_string(ready.write), "-noreset", "-nolisten", "tcp", "-screen", "0",
-              screen};
+    o.argv = {"Xvfb", "-displayfd", std::to_string(ready.write), "-noreset", "-nolisten", "tcp", "-screen",
+              "0",    screen};
     o.environment = inheritedEnvironment();
     o.standardError = folder() / "xvfb.log";
     o.keepFds = {ready.write};
@@ -565,7 +581,8 @@ AppProcess::AppProcess(const XSession& session, Environment extraEnvironment) {
         // Settings stay in memory instead of the user's settings database.
         {"GSETTINGS_BACKEND", "memory"},
     });
-    for (auto& [name, value] : extraEnvironment) changes[name] = value;
+    for (auto& [name, value] : extraEnvironment)
+        changes[name] = value;
     env = inheritedEnvironment(changes);
 }
 
@@ -591,7 +608,8 @@ void AppProcess::start(const std::vector<std::string>& arguments) {
     process = std::make_unique<ChildProcess>(o);
 }
 
-CommandResult AppProcess::run(const std::vector<std::string>& arguments, std::chrono::milliseconds timeout) const {
+CommandResult AppProcess::run(const std::vector<std::string>& arguments,
+                              std::chrono::milliseconds timeout) const {
     std::vector<std::string> argv{MARROWLEAF_BINARY};
     argv.insert(argv.end(), arguments.begin(), arguments.end());
     return runCommand(argv, env, timeout);

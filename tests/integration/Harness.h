@@ -34,6 +34,8 @@ bool runMainContextUntil(const std::function<bool()>& condition, std::chrono::mi
 std::string readFile(const std::filesystem::path& file);
 // The file's lines, without their line feeds.
 std::vector<std::string> readLines(const std::filesystem::path& file);
+// The file's last `count` lines, each on a line of its own, indented: for failure messages.
+std::string lastLines(const std::filesystem::path& file, std::size_t count = 15);
 void writeFile(const std::filesystem::path& file, const std::string& content);
 
 // A folder under $TMPDIR (or /tmp), removed with everything in it when the object goes.
@@ -67,12 +69,12 @@ struct CommandResult {
 class ChildProcess {
 public:
     struct Options {
-        std::vector<std::string> argv;                // argv[0] is looked up in PATH
-        Environment environment;                      // the whole environment of the child
-        std::filesystem::path standardOutput;         // empty: /dev/null
-        std::filesystem::path standardError;          // empty: /dev/null
-        std::vector<int> keepFds;                     // our descriptors the child inherits, same numbers
-        std::filesystem::path workingFolder;          // empty: ours
+        std::vector<std::string> argv;          // argv[0] is looked up in PATH
+        Environment environment;                // the whole environment of the child
+        std::filesystem::path standardOutput;   // empty: /dev/null
+        std::filesystem::path standardError;    // empty: /dev/null
+        std::vector<int> keepFds;               // our descriptors the child inherits, same numbers
+        std::filesystem::path workingFolder;    // empty: ours
     };
 
     explicit ChildProcess(Options options);   // throws std::runtime_error when it can't start
@@ -203,7 +205,8 @@ public:
     // Starts the long-running instance with `arguments` (after the program path).
     void start(const std::vector<std::string>& arguments = {});
     // Runs another, short-lived invocation in the same environment and waits for it to end.
-    CommandResult run(const std::vector<std::string>& arguments, std::chrono::milliseconds timeout = 10s) const;
+    CommandResult run(const std::vector<std::string>& arguments,
+                      std::chrono::milliseconds timeout = 10s) const;
 
     pid_t pid() const;
     bool running();

@@ -187,7 +187,8 @@ protected:
                           : "\nthe program ended with status " + std::to_string(app.exitCode().value_or(-1));
         seen +=
             lastSnapshot ? "\nthe last snapshot showed " + pagesIn(*lastSnapshot) : "\nno snapshot answered";
-        return seen + "\nlog, last lines:\n" + lastLogLines() + "\nstandard error:\n" + app.standardError();
+        return seen + "\nlog, last lines:" + lastLines(app.logFile(), 20) + "\nstandard error:\n" +
+               app.standardError();
     }
 
     static std::string pagesIn(const nlohmann::json& snapshot) {
@@ -199,14 +200,6 @@ protected:
                                                                 : " without its page; ");
         }
         return pages;
-    }
-
-    std::string lastLogLines(std::size_t count = 20) const {
-        const auto lines = app.logLines();
-        std::string tail;
-        for (std::size_t i = lines.size() > count ? lines.size() - count : 0; i < lines.size(); ++i)
-            tail += lines[i] + "\n";
-        return tail;
     }
 };
 
