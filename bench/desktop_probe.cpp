@@ -99,7 +99,7 @@ int main(int argc, char** argv) {
     XcbScreens screens(connection);
     XcbWindowServer windowServer(connection, screens);
     XcbAccessibility accessibility(connection);
-    Platform platform;
+    Platform::Services platform;
     platform.screens = &screens;
     platform.windowServer = &windowServer;
     platform.accessibility = &accessibility;

@@ -97,7 +97,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     factory.setMarkdownPage(markdownPage);
-    Platform platform = Platform::current();
+    Platform::Services platform = Platform::current();
     platform.noteWindowFactory = &factory;
     Platform::install(platform);
 

@@ -25,7 +25,7 @@ struct LinuxDesktop {
 
     // Adds these services to the ones already installed.
     void install() {
-        Platform platform = Platform::current();
+        Platform::Services platform = Platform::current();
         platform.screens = &screens;
         platform.windowServer = &windowServer;
         platform.accessibility = &accessibility;

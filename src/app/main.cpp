@@ -15,8 +15,8 @@ int main(int argc, char** argv) {
     SystemClock clock;
     KeyFileDefaults defaults(Config::configDir() / "defaults.ini");
     InotifyFolderEvents folderEvents;
-    Platform platform;
-    platform.queue = &queue;
+    Platform::Services platform;
+    platform.mainQueue = &queue;
     platform.clock = &clock;
     platform.defaults = &defaults;
     platform.folderEvents = &folderEvents;

@@ -6,13 +6,13 @@
 namespace marrowleaf {
 
 bool AX::isDesktop(Point point) {
-    const Accessibility& probes = Platform::accessibilityProbes();
+    const Accessibility& probes = Platform::accessibility();
     if (!probes.trusted()) return false;
     return probes.whatIsAt(point) == DesktopHit::bareDesktop;
 }
 
 std::optional<Rect> AX::trashFrame() {
-    const Accessibility& probes = Platform::accessibilityProbes();
+    const Accessibility& probes = Platform::accessibility();
     if (!probes.trusted()) return std::nullopt;
     return probes.trashTarget();
 }

@@ -10,12 +10,12 @@ namespace marrowleaf {
 
 namespace {
 
-std::vector<Screen> attached() { return Platform::displays().all(); }
+std::vector<Screen> attached() { return Platform::screens().all(); }
 
 // The focused display, else the primary one. A desktop always has a display;
 // should it report none, an empty one keeps the caller safe.
 Screen fallbackScreen() {
-    if (auto focused = Platform::displays().focused()) return *focused;
+    if (auto focused = Platform::screens().focused()) return *focused;
     auto screens = attached();
     if (!screens.empty()) return screens.front();
     Log::error("can't find any display; using an empty one");
@@ -51,7 +51,7 @@ std::optional<Screen> Geo::screen(std::string_view wanted) {
 
 std::optional<Screen> Geo::screenContaining(Point point) {
     for (const auto& screen : attached()) {
-        if (fromCocoa(screen.frame).contains(point)) return screen;
+        if (screen.frame.contains(point)) return screen;
     }
     return std::nullopt;
 }
@@ -61,19 +61,15 @@ Screen Geo::screenFor(Rect rect) {
     return fallbackScreen();
 }
 
-Point Geo::mouse() { return Platform::displays().pointer(); }
+Point Geo::mouse() { return Platform::screens().pointer(); }
 
 Screen Geo::mouseScreen() {
     if (auto under = screenContaining(mouse())) return *under;
     return fallbackScreen();
 }
 
-Rect Geo::fromCocoa(Rect rect) { return rect; }
-
-Rect Geo::toCocoa(Rect rect) { return fromCocoa(rect); }
-
 Rect Geo::clamp(Rect rect, const Screen& screen, double inset) {
-    return clamp(rect, fromCocoa(screen.visibleFrame), inset);
+    return clamp(rect, screen.visibleFrame, inset);
 }
 
 Rect Geo::clamp(Rect rect, Rect visible, double inset) {

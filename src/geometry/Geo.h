@@ -33,12 +33,6 @@ struct Geo {
     // The display under the pointer, else the focused display, else the primary one.
     static Screen mouseScreen();
 
-    // Conversions between the window system's coordinates and the top-left
-    // space. X11 is top-left already, so both leave the rectangle as it is; a
-    // desktop whose origin is at the bottom-left would flip y here and nowhere else.
-    static Rect fromCocoa(Rect rect);
-    static Rect toCocoa(Rect rect);
-
     // Keeps a note on a display's visible area: shrinks it to that area if it is
     // larger, then moves it inside, letting it hang over each edge by up to
     // `inset` points (a negative inset keeps it that far inside). When it still

@@ -47,7 +47,7 @@ std::vector<SpaceId> DisplaySpaces::userSpaces() const {
 }
 
 void Spaces::update() {
-    auto description = Platform::windowSystem().describeDisplays();
+    auto description = Platform::windowServer().describeDisplays();
     Model& shared = model();
     if (!description) {
         // Said once per outage: refreshes ask many times a second while dragging.
@@ -89,7 +89,7 @@ std::optional<std::int64_t> Spaces::typeOf(SpaceId space) {
 }
 
 std::vector<SpaceId> Spaces::spacesForWindow(WindowNumber window) {
-    return Platform::windowSystem().spacesOfWindow(window);
+    return Platform::windowServer().spacesOfWindow(window);
 }
 
 bool Spaces::move(WindowNumber window, SpaceId space) {
@@ -97,7 +97,7 @@ bool Spaces::move(WindowNumber window, SpaceId space) {
         Log::error("can't move window " + std::to_string(window) + " to an unknown desktop");
         return false;
     }
-    Platform::windowSystem().putWindowOnSpace(window, space);
+    Platform::windowServer().putWindowOnSpace(window, space);
     const auto after = spacesForWindow(window);
     return after.size() == 1 && after.front() == space;
 }

@@ -29,7 +29,7 @@ void HUD::show(const std::string& text, double seconds) {
     hideWork.reset();
     if (window) window->orderOut();
 
-    HudView& view = Platform::hud();
+    HudView& view = Platform::hudView();
     const Rect frame = pillFrame(view.textSize(text));
     window = view.makePill(text, frame, {horizontalPadding, verticalPadding});
     window->fadeIn(fadeIn);

@@ -7,7 +7,7 @@ namespace marrowleaf {
 
 namespace {
 
-Platform installed;
+Platform::Services installed;
 
 template <class T> T& required(T* service, const char* name) {
     if (!service) {
@@ -20,20 +20,20 @@ template <class T> T& required(T* service, const char* name) {
 
 }
 
-const Platform& Platform::current() { return installed; }
-void Platform::install(const Platform& platform) { installed = platform; }
+const Platform::Services& Platform::current() { return installed; }
+void Platform::install(const Services& services) { installed = services; }
 
-MainQueue& Platform::mainQueue() { return required(installed.queue, "queue"); }
-Clock& Platform::systemClock() { return required(installed.clock, "clock"); }
-Defaults& Platform::userDefaults() { return required(installed.defaults, "defaults"); }
-FolderEvents& Platform::folders() { return required(installed.folderEvents, "folderEvents"); }
-Screens& Platform::displays() { return required(installed.screens, "screens"); }
-WindowServer& Platform::windowSystem() { return required(installed.windowServer, "windowServer"); }
-Accessibility& Platform::accessibilityProbes() { return required(installed.accessibility, "accessibility"); }
-NoteWindowFactory& Platform::noteWindows() { return required(installed.noteWindowFactory, "noteWindowFactory"); }
-HudView& Platform::hud() { return required(installed.hudView, "hudView"); }
-Workspace& Platform::desktop() { return required(installed.workspace, "workspace"); }
-Pasteboard& Platform::clipboard() { return required(installed.pasteboard, "pasteboard"); }
-Sounds& Platform::eventSounds() { return required(installed.sounds, "sounds"); }
+MainQueue& Platform::mainQueue() { return required(installed.mainQueue, "mainQueue"); }
+Clock& Platform::clock() { return required(installed.clock, "clock"); }
+Defaults& Platform::defaults() { return required(installed.defaults, "defaults"); }
+FolderEvents& Platform::folderEvents() { return required(installed.folderEvents, "folderEvents"); }
+Screens& Platform::screens() { return required(installed.screens, "screens"); }
+WindowServer& Platform::windowServer() { return required(installed.windowServer, "windowServer"); }
+Accessibility& Platform::accessibility() { return required(installed.accessibility, "accessibility"); }
+NoteWindowFactory& Platform::noteWindowFactory() { return required(installed.noteWindowFactory, "noteWindowFactory"); }
+HudView& Platform::hudView() { return required(installed.hudView, "hudView"); }
+Workspace& Platform::workspace() { return required(installed.workspace, "workspace"); }
+Pasteboard& Platform::pasteboard() { return required(installed.pasteboard, "pasteboard"); }
+Sounds& Platform::sounds() { return required(installed.sounds, "sounds"); }
 
 }

@@ -17,36 +17,40 @@ class Sounds;
 
 // The desktop services the portable code talks to. The application installs
 // the Linux ones at start; tests install fakes. Whoever installs them keeps
-// them alive for as long as they are installed.
-struct Platform {
-    MainQueue* queue = nullptr;
-    Clock* clock = nullptr;
-    Defaults* defaults = nullptr;
-    FolderEvents* folderEvents = nullptr;
-    Screens* screens = nullptr;
-    WindowServer* windowServer = nullptr;
-    Accessibility* accessibility = nullptr;
-    NoteWindowFactory* noteWindowFactory = nullptr;
-    HudView* hudView = nullptr;
-    Workspace* workspace = nullptr;
-    Pasteboard* pasteboard = nullptr;
-    Sounds* sounds = nullptr;
+// them alive for as long as they are installed. Each accessor is named after
+// the interface it returns, and aborts when that service was never installed.
+class Platform {
+public:
+    struct Services {
+        MainQueue* mainQueue = nullptr;
+        Clock* clock = nullptr;
+        Defaults* defaults = nullptr;
+        FolderEvents* folderEvents = nullptr;
+        Screens* screens = nullptr;
+        WindowServer* windowServer = nullptr;
+        Accessibility* accessibility = nullptr;
+        NoteWindowFactory* noteWindowFactory = nullptr;
+        HudView* hudView = nullptr;
+        Workspace* workspace = nullptr;
+        Pasteboard* pasteboard = nullptr;
+        Sounds* sounds = nullptr;
+    };
 
-    static const Platform& current();
-    static void install(const Platform& platform);
+    static const Services& current();
+    static void install(const Services& services);
 
     static MainQueue& mainQueue();
-    static Clock& systemClock();
-    static Defaults& userDefaults();
-    static FolderEvents& folders();
-    static Screens& displays();
-    static WindowServer& windowSystem();
-    static Accessibility& accessibilityProbes();
-    static NoteWindowFactory& noteWindows();
-    static HudView& hud();
-    static Workspace& desktop();
-    static Pasteboard& clipboard();
-    static Sounds& eventSounds();
+    static Clock& clock();
+    static Defaults& defaults();
+    static FolderEvents& folderEvents();
+    static Screens& screens();
+    static WindowServer& windowServer();
+    static Accessibility& accessibility();
+    static NoteWindowFactory& noteWindowFactory();
+    static HudView& hudView();
+    static Workspace& workspace();
+    static Pasteboard& pasteboard();
+    static Sounds& sounds();
 };
 
 }

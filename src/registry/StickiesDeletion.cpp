@@ -24,7 +24,7 @@ void Stickies::deleteNotes(const std::vector<std::string>& ids, bool fromTrashDr
     }
     Store::saveState(state);
     lastDeleted = std::move(deleted);
-    if (fromTrashDrop) Platform::eventSounds().playTrash();
+    if (fromTrashDrop) Platform::sounds().playTrash();
     const std::string what =
         lastDeleted.size() == 1 ? "Sticky" : std::to_string(lastDeleted.size()) + " stickies";
     HUD::show("🗑  " + what + " deleted (undo from the menu bar)", messageSeconds);

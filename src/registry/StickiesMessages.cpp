@@ -99,16 +99,16 @@ void Stickies::handleSnooze(StickyController& controller, const nlohmann::json& 
 }
 
 void Stickies::handleLink(StickyController&, const nlohmann::json& body) {
-    if (auto url = textAt(body, "url")) Platform::desktop().openURL(*url);
+    if (auto url = textAt(body, "url")) Platform::workspace().openURL(*url);
 }
 
 void Stickies::handleCopy(StickyController&, const nlohmann::json& body) {
-    if (auto text = textAt(body, "text")) Platform::clipboard().setText(*text);
+    if (auto text = textAt(body, "text")) Platform::pasteboard().setText(*text);
 }
 
 void Stickies::handlePaste(StickyController& controller, const nlohmann::json&) {
     const std::string id = controller.id;
-    Platform::clipboard().requestText([this, id](std::optional<std::string> text) {
+    Platform::pasteboard().requestText([this, id](std::optional<std::string> text) {
         auto found = open.find(id);   // the note may be gone by the time the clipboard answers
         if (text && found != open.end()) found->second->sendPaste(*text);
     });

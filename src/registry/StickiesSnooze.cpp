@@ -12,7 +12,7 @@
 namespace marrowleaf {
 
 void Stickies::checkSnoozes() {
-    const double now = Platform::systemClock().now();
+    const double now = Platform::clock().now();
     std::vector<std::string> woken;
     for (auto& [id, record] : state.stickies) {
         if (!record.snoozeUntil || *record.snoozeUntil > now) continue;
@@ -32,7 +32,7 @@ void Stickies::checkSnoozes() {
 }
 
 std::vector<Stickies::Snoozed> Stickies::snoozed() {
-    const double now = Platform::systemClock().now();
+    const double now = Platform::clock().now();
     struct Entry {
         Snoozed item;
         double until;

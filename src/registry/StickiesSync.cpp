@@ -27,9 +27,6 @@ constexpr double cascadeTop = 40;
 constexpr double newWidth = 260;
 constexpr double newHeight = 220;
 
-Rect toRect(const Frame& f) { return {f.x, f.y, f.w, f.h}; }
-Frame toFrame(const Rect& r) { return {r.x, r.y, r.width, r.height}; }
-
 bool endsWith(const std::string& text, const std::string& suffix) {
     return text.size() >= suffix.size() &&
            text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
@@ -47,7 +44,7 @@ Stickies::Stickies() = default;
 Stickies::~Stickies() {
     observers.clear();
     watcher.reset();
-    if (!Platform::current().queue) return;
+    if (!Platform::current().mainQueue) return;
     if (snoozeTimer) Platform::mainQueue().cancel(*snoozeTimer);
     if (screenChangeWork) Platform::mainQueue().cancel(*screenChangeWork);
     for (TimerId work : pendingWork)
@@ -90,14 +87,14 @@ void Stickies::start() {
 }
 
 void Stickies::observeDesktop() {
-    observers.push_back(Platform::windowSystem().watchActiveSpace([this] {
+    observers.push_back(Platform::windowServer().watchActiveSpace([this] {
         // Another desktop in front: no page waits any longer.
         loadWaitingPages();
         refresh();
     }));
     observers.push_back(
-        Platform::desktop().watchWake([this] { later(wakeDelay, [this] { checkSnoozes(); }); }));
-    observers.push_back(Platform::displays().watchChanges([this] {
+        Platform::workspace().watchWake([this] { later(wakeDelay, [this] { checkSnoozes(); }); }));
+    observers.push_back(Platform::screens().watchChanges([this] {
         // A re-plug sends a burst of changes; one refresh after it settles is enough.
         if (screenChangeWork) Platform::mainQueue().cancel(*screenChangeWork);
         screenChangeWork = Platform::mainQueue().after(screenChangeDelay, [this] {
@@ -118,7 +115,7 @@ void Stickies::onFolderChange(const std::vector<std::string>& paths) {
 
 Record Stickies::makeRecordForStrayFile() {
     Record record;
-    const auto screens = Platform::displays().all();
+    const auto screens = Platform::screens().all();
     std::optional<Screen> screen;
     if (auto here = currentLocation()) {
         record.screen = here->screen;
@@ -129,7 +126,7 @@ Record Stickies::makeRecordForStrayFile() {
         record.desktop = 1;
         if (!screens.empty()) screen = screens.front();
     }
-    const Rect visible = screen ? Geo::toCocoa(screen->visibleFrame) : Rect{0, 0, 1280, 800};
+    const Rect visible = screen ? screen->visibleFrame : Rect{0, 0, 1280, 800};
     const double k = static_cast<double>(open.size() % cascadeSteps);
     record.frame = {visible.maxX() - cascadeRight - cascadeStep * k,
                     visible.minY() + cascadeTop + cascadeStep * k, newWidth, newHeight};
@@ -197,10 +194,10 @@ void Stickies::openSticky(const std::string& id, const std::string& content, boo
     auto found = state.stickies.find(id);
     if (found == state.stickies.end()) return;
     Record& record = found->second;
-    const auto screens = Platform::displays().all();
+    const auto screens = Platform::screens().all();
     std::optional<Screen> screen = Geo::screen(record.screen);
     if (!screen && !screens.empty()) screen = screens.front();
-    if (screen) record.frame = toFrame(Geo::clamp(toRect(record.frame), *screen, windowMargin));
+    if (screen) record.frame = Frame::of(Geo::clamp(record.frame.rect(), *screen, windowMargin));
     const bool inFront = !starting || onActiveDesktop(id);
     open[id] = std::make_unique<StickyController>(
         id, content, record, editNow, pageTemplate,
@@ -250,7 +247,7 @@ std::optional<std::pair<std::string, SpaceId>> Stickies::target(const Record& re
 
 void Stickies::refresh() {
     Spaces::update();
-    const double now = Platform::systemClock().now();
+    const double now = Platform::clock().now();
     for (auto& [id, controllerPointer] : open) {
         StickyController& controller = *controllerPointer;
         auto found = state.stickies.find(id);
@@ -288,7 +285,7 @@ void Stickies::place(StickyController& controller, SpaceId space) {
         controller.placed = space;
         return;
     }
-    const SpaceId focused = Platform::windowSystem().focusedSpace();
+    const SpaceId focused = Platform::windowServer().focusedSpace();
     const auto focusedType = Spaces::typeOf(focused);
     if (!controller.remoteTried && focusedType && *focusedType == WindowServer::ordinaryType) {
         NoteWindow& window = controller.window();
@@ -325,8 +322,8 @@ void Stickies::commitFrames(const std::vector<std::string>& ids) {
         auto controller = open.find(id);
         auto record = state.stickies.find(id);
         if (controller == open.end() || record == state.stickies.end()) continue;
-        const Rect frame = Geo::toCocoa(controller->second->window().frame());
-        record->second.frame = toFrame(frame);
+        const Rect frame = controller->second->window().frame();
+        record->second.frame = Frame::of(frame);
         auto screen = Geo::screenContaining(frame.centre());
         if (!screen) continue;
         auto uuid = Geo::uuid(*screen);

@@ -28,7 +28,7 @@ std::optional<std::string> environmentValue(const std::string& name) {
 
 std::optional<std::string> userDefaultText(const std::string& key) {
     if (!Platform::current().defaults) return std::nullopt;
-    return Platform::userDefaults().text(key);
+    return Platform::defaults().text(key);
 }
 
 fs::path computeNotesDir() {
@@ -117,7 +117,7 @@ std::string Config::supportURL() { return "https://marrowleaf.app/tip"; }
 
 bool Config::altClickEnabled() {
     if (!Platform::current().defaults) return true;
-    return Platform::userDefaults().flag(altClickKey).value_or(true);
+    return Platform::defaults().flag(altClickKey).value_or(true);
 }
 
 fs::path Config::configDir() { return xdgFolder("XDG_CONFIG_HOME", ".config") / "marrowleaf"; }

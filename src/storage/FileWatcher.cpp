@@ -14,7 +14,7 @@ constexpr double timeSlack = 1e-6;
 
 FileWatcher::FileWatcher(const std::filesystem::path& folder, Handler handler) : handler(std::move(handler)) {
     std::string error;
-    stream = Platform::folders().watch(
+    stream = Platform::folderEvents().watch(
         folder, [this](std::vector<std::string> paths) { receive(std::move(paths)); }, error);
     if (!stream) Log::error("can't watch " + folder.string() + ": " + error);
 }
@@ -28,7 +28,7 @@ void FileWatcher::receive(std::vector<std::string> paths) {
     pending.insert(pending.end(), std::make_move_iterator(paths.begin()),
                    std::make_move_iterator(paths.end()));
     if (flushTimer) return;   // a batch is already on its way
-    const double now = Platform::systemClock().now();
+    const double now = Platform::clock().now();
     const double sinceLast = lastDelivery ? now - *lastDelivery : latency;
     if (sinceLast >= latency - timeSlack || sinceLast < 0) {   // a clock set back counts as quiet
         deliver();
@@ -42,7 +42,7 @@ void FileWatcher::receive(std::vector<std::string> paths) {
 
 void FileWatcher::deliver() {
     if (pending.empty()) return;
-    lastDelivery = Platform::systemClock().now();
+    lastDelivery = Platform::clock().now();
     auto paths = std::move(pending);
     pending.clear();
     handler(paths);

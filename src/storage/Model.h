@@ -1,4 +1,5 @@
 #pragma once
+#include "geometry/Rect.h"
 #include <array>
 #include <cstdint>
 #include <map>
@@ -30,6 +31,10 @@ struct Frame {
     double y = 0;
     double w = 0;
     double h = 0;
+
+    // The one conversion between the stored frame and the geometry rectangle.
+    static Frame of(const Rect& rect) { return {rect.x, rect.y, rect.width, rect.height}; }
+    Rect rect() const { return {x, y, w, h}; }
 
     // Exact comparison: frames differing in the last bit are different frames.
     bool operator==(const Frame&) const = default;

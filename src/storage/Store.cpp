@@ -24,7 +24,7 @@ bool endsWith(const std::string& text, const std::string& suffix) {
 }
 
 std::string idBase() {
-    const LocalTime t = Platform::systemClock().local(Platform::systemClock().now());
+    const LocalTime t = Platform::clock().local(Platform::clock().now());
     char text[64];
     std::snprintf(text, sizeof text, "sticky-%04d%02d%02d-%02d%02d%02d", t.year, t.month, t.day, t.hour, t.minute,
                   t.second);

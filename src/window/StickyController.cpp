@@ -89,8 +89,7 @@ StickyController::StickyController(std::string id, std::string content, const Re
                                    const std::string& pageTemplate, MessageSink sink, PageLoad load)
     : id(std::move(id)), content(std::move(content)), pageTemplate(&pageTemplate), sink(std::move(sink)),
       shownColor(StickyColor::named(record.color).name) {
-    const Frame& f = record.frame;
-    noteWindow = Platform::noteWindows().create(Rect{f.x, f.y, f.w, f.h}, level(record.pinned.value_or(false)));
+    noteWindow = Platform::noteWindowFactory().create(record.frame.rect(), level(record.pinned.value_or(false)));
     noteWindow->setMessageHandler([this](const nlohmann::json& body) { receive(body); });
     noteWindow->setPageLostHandler([this] { reloadPage(); });
     if (load == PageLoad::later) return;

@@ -194,7 +194,7 @@ protected:
 
     void SetUp() override {
         previous = Platform::current();
-        Platform platform = previous;
+        Platform::Services platform = previous;
         platform.screens = &screens;
         platform.windowServer = &windowServer;
         platform.accessibility = &accessibility;
@@ -227,7 +227,7 @@ protected:
     }
 
 private:
-    Platform previous;
+    Platform::Services previous;
 };
 
 }
@@ -608,7 +608,7 @@ protected:
     void SetUp() override {
         ASSERT_TRUE(shared->ready) << shared->problem;
         previous = Platform::current();
-        Platform platform = previous;
+        Platform::Services platform = previous;
         platform.accessibility = shared->accessibility.get();
         Platform::install(platform);
     }
@@ -782,7 +782,7 @@ protected:
     static inline Environment savedEnvironment;
 
 private:
-    Platform previous;
+    Platform::Services previous;
 };
 
 DesktopIcons::Shared* DesktopIcons::shared = nullptr;

@@ -53,7 +53,7 @@ public:
 
 private:
     static inline NoteDesk* desk = nullptr;
-    Platform previous;
+    Platform::Services previous;
 
     NoteDesk() : session(XSession::Options{}) {
         setenv("DISPLAY", session.display().c_str(), 1);
@@ -69,7 +69,7 @@ private:
         if (markdownPage.empty()) throw std::runtime_error("can't read the built Markdown page");
         factory->setMarkdownPage(markdownPage);
         previous = Platform::current();
-        Platform platform = previous;
+        Platform::Services platform = previous;
         platform.noteWindowFactory = factory.get();
         Platform::install(platform);
     }
@@ -446,8 +446,8 @@ TEST_F(NotePage, showsTheNoteAsRenderedMarkdown) {
 TEST_F(NotePage, showsItsTextAsItIsWhenNoMarkdownPageWasGiven) {
     // A factory of its own, never given the Markdown page.
     GtkNoteWindowFactory bare;
-    const Platform shared = Platform::current();
-    Platform platform = shared;
+    const Platform::Services shared = Platform::current();
+    Platform::Services platform = shared;
     platform.noteWindowFactory = &bare;
     Platform::install(platform);
     const std::string text = "# Shopping\n\n- milk <b>now</b>";

@@ -27,23 +27,6 @@ protected:
 
 }
 
-// --- conversions
-
-TEST_F(GeoTest, fromCocoaLeavesARectangleAsItIsBecauseTheDesktopIsAlreadyTopLeft) {
-    platform.screens.screens = {FakeScreens::display(1, leftUUID, {0, 0, 1440, 900})};
-    EXPECT_EQ(Geo::fromCocoa({100, 700, 200, 150}), (Rect{100, 700, 200, 150}));
-}
-
-TEST_F(GeoTest, toCocoaGivesBackWhatFromCocoaWasGiven) {
-    platform.screens.screens = {FakeScreens::display(1, leftUUID, {0, 0, 1440, 900})};
-    const Rect original{100, 700, 200, 150};
-    EXPECT_EQ(Geo::toCocoa(Geo::fromCocoa(original)), original);
-}
-
-TEST_F(GeoTest, withNoScreensFromCocoaStillLeavesTheRectangleAsItIs) {
-    EXPECT_EQ(Geo::fromCocoa({100, 700, 200, 150}), (Rect{100, 700, 200, 150}));
-}
-
 // --- naming displays
 
 TEST_F(GeoTest, withNoScreensThePrimaryUUIDIsEmpty) {

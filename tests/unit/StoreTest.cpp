@@ -53,7 +53,7 @@ TEST_F(StoreTest, newIdFormatsTheLocalTime) { EXPECT_EQ(Store::newId(), "sticky-
 
 TEST_F(StoreTest, newIdFollowsTheLocalTimeZone) {
     FakeClock eastern(morning, 9 * 3600);
-    Platform services = Platform::current();
+    Platform::Services services = Platform::current();
     services.clock = &eastern;
     Platform::install(services);
     EXPECT_EQ(Store::newId(), "sticky-20250314-183000");

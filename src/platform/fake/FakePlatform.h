@@ -37,10 +37,10 @@ public:
     void reinstall() { Platform::install(services()); }
 
 private:
-    Platform previous;
-    Platform services() {
-        Platform p;
-        p.queue = &clock;
+    Platform::Services previous;
+    Platform::Services services() {
+        Platform::Services p;
+        p.mainQueue = &clock;
         p.clock = &clock;
         p.defaults = &defaults;
         p.folderEvents = &folderEvents;
