@@ -1,6 +1,8 @@
 #pragma once
 #include "platform/MainQueue.h"
 #include "platform/WindowServer.h"
+#include "registry/MissingNotes.h"
+#include "registry/UnsavedNotes.h"
 #include "storage/Model.h"
 #include "window/StickyController.h"
 
@@ -103,6 +105,8 @@ public:
     // At start the pages of notes on desktops not in front wait until every
     // note in front has its page running, or this long at most.
     static constexpr double waitingPagesDelay = 1.0;
+    // A note whose file vanished is kept this long, for a save by delete-then-recreate.
+    static constexpr double vanishGrace = 2.0;
 
 private:
     std::unique_ptr<FileWatcher> watcher;
@@ -112,7 +116,9 @@ private:
     std::vector<std::unique_ptr<Subscription>> observers;
     // Notes whose latest text could not be written; their pages are not
     // overwritten from disk, and the write is tried again.
-    std::set<std::string> unsaved;
+    UnsavedNotes unsaved;
+    MissingNotes missing{vanishGrace};
+    bool missingCheckPlanned = false;
     // During start: notes in front whose page has not started yet, and the
     // notes elsewhere whose page waits for them.
     bool starting = false;
@@ -134,7 +140,8 @@ private:
     void pageStarted(const std::string& id);
     void loadWaitingPages();
     void writeNote(StickyController& controller, const std::string& text);
-    void retryUnsaved();
+    // Whether a note that is open but whose file is not there is let go now.
+    bool letGo(const std::string& id, double now);
     void pushContent(StickyController& controller, const std::string& text);
 
     void handleSave(StickyController& controller, const nlohmann::json& body);

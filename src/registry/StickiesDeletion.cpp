@@ -13,7 +13,7 @@ void Stickies::deleteNotes(const std::vector<std::string>& ids, bool fromTrashDr
         std::optional<Record> record;
         if (auto found = state.stickies.find(id); found != state.stickies.end()) record = found->second;
         // What the page typed last is on disk before the file goes to the trash.
-        if (unsaved.count(id)) retryUnsaved();
+        if (unsaved.holds(id)) unsaved.retry();
         closeController(id);
         selected.erase(id);
         Store::moveToTrash(id);

@@ -39,7 +39,9 @@ Stickies& Stickies::shared() {
     return *instance;
 }
 
-Stickies::Stickies() = default;
+Stickies::Stickies()
+    : unsaved([](const std::string& id, const std::string& text) { return Store::tryWrite(id, text); },
+              [](const std::string& id, const std::string& text) { return Store::rescue(id, text); }) {}
 
 Stickies::~Stickies() {
     observers.clear();
@@ -149,9 +151,10 @@ void Stickies::sync() {
         if (!text) continue;
         if (auto found = open.find(id); found != open.end()) {
             StickyController& controller = *found->second;
-            if (unsaved.count(id)) {
+            missing.found(id);
+            if (unsaved.holds(id)) {
                 // The page holds newer text than the disk; the disk gets it, not the other way round.
-                retryUnsaved();
+                unsaved.retry();
                 continue;
             }
             if (*text != controller.content) pushContent(controller, *text);
@@ -164,17 +167,18 @@ void Stickies::sync() {
         openSticky(id, *text, false);
     }
 
+    const double now = Platform::clock().now();
     for (auto it = open.begin(); it != open.end();) {
         const std::string id = it->first;
         ++it;
-        if (present.count(id)) continue;
+        if (present.count(id) || !letGo(id, now)) continue;
         closeController(id);
         selected.erase(id);
         state.stickies.erase(id);
         changed = true;
     }
     for (auto it = state.stickies.begin(); it != state.stickies.end();) {
-        if (present.count(it->first)) {
+        if (present.count(it->first) || missing.missing(it->first)) {
             ++it;
             continue;
         }
@@ -183,6 +187,18 @@ void Stickies::sync() {
     }
     if (changed) Store::saveState(state);
     refresh();
+}
+
+bool Stickies::letGo(const std::string& id, double now) {
+    if (missing.gone(id, now)) return true;
+    if (!missingCheckPlanned) {
+        missingCheckPlanned = true;
+        later(vanishGrace, [this] {
+            missingCheckPlanned = false;
+            sync();
+        });
+    }
+    return false;
 }
 
 void Stickies::pushContent(StickyController& controller, const std::string& text) {
@@ -229,7 +245,8 @@ void Stickies::closeController(const std::string& id) {
     if (found == open.end()) return;
     found->second->close();
     open.erase(found);
-    unsaved.erase(id);
+    unsaved.forget(id);
+    missing.found(id);
 }
 
 std::optional<std::pair<std::string, SpaceId>> Stickies::target(const Record& record) {
@@ -349,32 +366,14 @@ bool Stickies::anyOnScreen() {
 }
 
 void Stickies::saveAll() {
-    retryUnsaved();
+    unsaved.quit();
     Store::saveState(state);
 }
 
 void Stickies::writeNote(StickyController& controller, const std::string& text) {
     controller.content = text;
-    if (Store::write(controller.id, text)) {
-        unsaved.erase(controller.id);
-        return;
-    }
-    // Keep the text: the page and the controller hold it, and the next save or sync tries again.
-    unsaved.insert(controller.id);
-}
-
-void Stickies::retryUnsaved() {
-    for (auto it = unsaved.begin(); it != unsaved.end();) {
-        auto controller = open.find(*it);
-        if (controller == open.end()) {
-            it = unsaved.erase(it);
-            continue;
-        }
-        if (Store::write(*it, controller->second->content))
-            it = unsaved.erase(it);
-        else
-            ++it;
-    }
+    // Text the disk refuses stays here (the page holds it too) and is written again later.
+    unsaved.save(controller.id, text);
 }
 
 }

@@ -126,6 +126,8 @@ fs::path Config::logFile() {
     return xdgFolder("XDG_STATE_HOME", ".local/state") / "marrowleaf" / "Marrowleaf.log";
 }
 
+fs::path Config::rescueDir() { return xdgFolder("XDG_STATE_HOME", ".local/state") / "marrowleaf" / "unsaved"; }
+
 fs::path Config::expandTilde(const std::string& path) {
     if (path == "~") return sources.home;
     if (path.rfind("~/", 0) == 0) return sources.home / path.substr(2);

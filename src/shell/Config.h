@@ -35,6 +35,8 @@ struct Config {
     static std::filesystem::path configDir();
     // $XDG_STATE_HOME/marrowleaf/Marrowleaf.log (default ~/.local/state/…).
     static std::filesystem::path logFile();
+    // $XDG_STATE_HOME/marrowleaf/unsaved: note text that could not be written at quit.
+    static std::filesystem::path rescueDir();
     static std::filesystem::path expandTilde(const std::string& path);
 };
 

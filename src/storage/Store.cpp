@@ -99,11 +99,23 @@ std::string Store::newId() {
 }
 
 bool Store::write(const std::string& id, const std::string& text) {
-    if (auto error = files().writeAtomically(notePath(id), text)) {
+    if (auto error = tryWrite(id, text)) {
         Log::error("can't save " + id + ": " + *error);
         return false;
     }
     return true;
+}
+
+std::optional<std::string> Store::tryWrite(const std::string& id, const std::string& text) {
+    return files().writeAtomically(notePath(id), text);
+}
+
+std::optional<std::filesystem::path> Store::rescue(const std::string& id, const std::string& text) {
+    const std::filesystem::path folder = Config::rescueDir();
+    if (files().createDirectories(folder)) return std::nullopt;
+    const std::filesystem::path file = folder / (id + noteExtension);
+    if (files().writeAtomically(file, text)) return std::nullopt;
+    return file;
 }
 
 std::optional<std::string> Store::read(const std::string& id) {

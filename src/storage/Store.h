@@ -26,6 +26,10 @@ struct Store {
     // Writes the note atomically. False (and an ERROR line) when it could not be
     // written: the caller keeps the text and tries again on the next save.
     static bool write(const std::string& id, const std::string& text);
+    // The same write without a log line; gives back the error's description.
+    static std::optional<std::string> tryWrite(const std::string& id, const std::string& text);
+    // Keeps text that can't reach the notes folder in the rescue folder; where it went.
+    static std::optional<std::filesystem::path> rescue(const std::string& id, const std::string& text);
     // The note's text; empty when the file can't be read or is not UTF-8 (logged once per note).
     static std::optional<std::string> read(const std::string& id);
     static AppState loadState();

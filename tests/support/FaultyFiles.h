@@ -10,6 +10,8 @@ namespace marrowleaf::support {
 class FaultyFiles : public Files {
 public:
     std::optional<std::string> failCreate, failList, failRead, failWrite, failMove, failRemove;
+    // When set, writes fail only inside this folder (a read-only notes folder on a working disk).
+    std::optional<std::filesystem::path> failWriteOnlyIn;
     int writes = 0;
 
     Error createDirectories(const std::filesystem::path& folder) override {
@@ -25,7 +27,8 @@ public:
     }
     Error writeAtomically(const std::filesystem::path& file, std::string_view bytes) override {
         ++writes;
-        return failWrite ? failWrite : disk.writeAtomically(file, bytes);
+        const bool inside = !failWriteOnlyIn || file.parent_path() == *failWriteOnlyIn;
+        return failWrite && inside ? failWrite : disk.writeAtomically(file, bytes);
     }
     Error moveWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to) override {
         return failMove ? failMove : disk.moveWithoutReplacing(from, to);

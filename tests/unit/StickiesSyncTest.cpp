@@ -126,6 +126,7 @@ TEST_F(StickiesSync, aDeletedFileClosesItsWindowAndPrunesItsRecord) {
     EXPECT_EQ(w->closeCount, 0);
     std::filesystem::remove(notes / "a.md");
     folderChanged({"a.md"});
+    platform.clock.advance(Stickies::vanishGrace);
     EXPECT_FALSE(registry->open.count("a"));
     EXPECT_FALSE(stateOnDisk().stickies.count("a"));
     EXPECT_EQ(platform.noteWindows.windows().size(), 0u);
@@ -137,6 +138,7 @@ TEST_F(StickiesSync, removingASelectedNotesFileRemovesItFromTheSelection) {
     registry->setSelected("a", true);
     std::filesystem::remove(notes / "a.md");
     folderChanged({"a.md"});
+    platform.clock.advance(Stickies::vanishGrace);
     EXPECT_TRUE(registry->selected.empty());
 }
 
