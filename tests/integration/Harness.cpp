@@ -594,12 +594,15 @@ fs::path AppProcess::outputFile(const std::string& stream) const {
     return home() / ".test-output" / ("run-" + std::to_string(starts) + "." + stream);
 }
 
-void AppProcess::start(const std::vector<std::string>& arguments) {
+void AppProcess::start(const std::vector<std::string>& arguments) { startThrough({}, arguments); }
+
+void AppProcess::startThrough(const std::vector<std::string>& launcher, const std::vector<std::string>& arguments) {
     if (process && process->running()) throw std::logic_error("the program is already running");
     ++starts;
     fs::create_directories(standardOutputFile().parent_path());
     ChildProcess::Options o;
-    o.argv = {MARROWLEAF_BINARY};
+    o.argv = launcher;
+    o.argv.push_back(MARROWLEAF_BINARY);
     o.argv.insert(o.argv.end(), arguments.begin(), arguments.end());
     o.environment = env;
     o.standardOutput = standardOutputFile();

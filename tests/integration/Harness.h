@@ -204,6 +204,9 @@ public:
 
     // Starts the long-running instance with `arguments` (after the program path).
     void start(const std::vector<std::string>& arguments = {});
+    // Starts it through a launcher that ends by exec'ing the program it is given
+    // last (so the PID stays the program's), e.g. one that sets up a mount namespace.
+    void startThrough(const std::vector<std::string>& launcher, const std::vector<std::string>& arguments = {});
     // Runs another, short-lived invocation in the same environment and waits for it to end.
     CommandResult run(const std::vector<std::string>& arguments,
                       std::chrono::milliseconds timeout = 10s) const;
