@@ -151,7 +151,10 @@ void Stickies::sync() {
         if (!text) continue;
         if (auto found = open.find(id); found != open.end()) {
             StickyController& controller = *found->second;
-            missing.found(id);
+            if (missing.missing(id)) {
+                Log::info("the file of " + id + " came back; the note keeps its look and place");
+                missing.found(id);
+            }
             if (unsaved.holds(id)) {
                 // The page holds newer text than the disk; the disk gets it, not the other way round.
                 unsaved.retry();
@@ -190,7 +193,10 @@ void Stickies::sync() {
 }
 
 bool Stickies::letGo(const std::string& id, double now) {
-    if (missing.gone(id, now)) return true;
+    if (missing.gone(id, now)) {
+        Log::info("the file of " + id + " was removed by another program; the note is closed");
+        return true;
+    }
     if (!missingCheckPlanned) {
         missingCheckPlanned = true;
         later(vanishGrace, [this] {

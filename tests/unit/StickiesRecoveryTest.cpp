@@ -51,6 +51,7 @@ TEST_F(StickiesRecovery, aFileRecreatedAfterTenMillisecondsKeepsItsNotesLook) {
     expectSameLook();
     EXPECT_EQ(&window("a"), before);
     EXPECT_EQ(controller("a").content, "saved by an editor");
+    EXPECT_EQ(log.count("INFO the file of a came back; the note keeps its look and place"), 1u);
 }
 
 TEST_F(StickiesRecovery, aFileRecreatedAfterFiftyMillisecondsKeepsItsNotesLook) {
@@ -73,6 +74,7 @@ TEST_F(StickiesRecovery, aFileStillMissingAfterTheGracePeriodIsGone) {
     platform.clock.advance(Stickies::vanishGrace);
     EXPECT_FALSE(registry->open.count("a"));
     EXPECT_FALSE(stateOnDisk().stickies.count("a"));
+    EXPECT_EQ(log.count("INFO the file of a was removed by another program; the note is closed"), 1u);
 }
 
 TEST_F(StickiesRecovery, aFileRecreatedAfterThreeSecondsIsANewNote) {
