@@ -37,28 +37,17 @@ constexpr const char* introspection = R"(
   </interface>
 </node>)";
 
-// The desktop number (one-based) of a desktop id on the note's display, or 0.
-std::int64_t desktopNumber(std::optional<SpaceId> space) {
-    if (!space) return 0;
-    for (const auto& display : Spaces::displays()) {
-        const auto users = display.userSpaces();
-        for (std::size_t i = 0; i < users.size(); ++i)
-            if (users[i] == *space) return static_cast<std::int64_t>(i + 1);
-    }
-    return 0;
-}
-
 nlohmann::json describe(const std::string& id, const StickyController& controller, const Stickies& registry) {
     const Rect frame = controller.window().frame();
     nlohmann::json note{{"id", id},
                         {"content", controller.content},
                         {"visible", controller.visible},
-                        {"placedDesktop", desktopNumber(controller.placed)},
-                        {"selected", registry.selected.count(id) > 0},
+                        {"placedDesktop", controller.placed ? Locations::desktopNumber(*controller.placed).value_or(0) : 0},
+                        {"selected", registry.selection().count(id) > 0},
                         {"window", controller.window().windowNumber()},
                         {"frame", {{"x", frame.x}, {"y", frame.y}, {"w", frame.width}, {"h", frame.height}}},
                         {"level", static_cast<int>(controller.window().level())}};
-    if (auto record = registry.state.stickies.find(id); record != registry.state.stickies.end())
+    if (auto record = registry.appState().stickies.find(id); record != registry.appState().stickies.end())
         note["record"] = ModelJSON::encode(record->second);
     return note;
 }
@@ -136,11 +125,11 @@ void TestInterface::snapshot(GDBusMethodInvocation* invocation) {
     auto pending = std::make_shared<PendingSnapshot>();
     pending->invocation = invocation;
     pending->snapshot = {{"notes", nlohmann::json::array()},
-                         {"state", ModelJSON::encode(registry.state)},
+                         {"state", ModelJSON::encode(registry.appState())},
                          {"activeDesktops", nlohmann::json::array()}};
-    for (SpaceId space : Spaces::active()) pending->snapshot["activeDesktops"].push_back(desktopNumber(space));
+    for (SpaceId space : Spaces::active()) pending->snapshot["activeDesktops"].push_back(Locations::desktopNumber(space).value_or(0));
     pending->waiting = 1;   // held until every page was asked
-    for (const auto& [id, controller] : registry.open) {
+    for (const auto& [id, controller] : registry.controllers()) {
         const std::size_t index = pending->snapshot["notes"].size();
         pending->snapshot["notes"].push_back(describe(id, *controller, registry));
         // A page not yet asked for has nothing to say. One still loading is
@@ -167,7 +156,7 @@ void TestInterface::snapshot(GDBusMethodInvocation* invocation) {
 void TestInterface::loadedPages(GDBusMethodInvocation* invocation) {
     // Asks no page anything, so it can be called often without slowing the pages down.
     nlohmann::json ids = nlohmann::json::array();
-    for (const auto& [id, controller] : Stickies::shared().open) {
+    for (const auto& [id, controller] : Stickies::shared().controllers()) {
         if (pageLoaded(*controller)) ids.push_back(id);
     }
     g_dbus_method_invocation_return_value(invocation, g_variant_new("(s)", ids.dump().c_str()));
@@ -175,8 +164,8 @@ void TestInterface::loadedPages(GDBusMethodInvocation* invocation) {
 
 void TestInterface::runScript(const char* id, const char* script, GDBusMethodInvocation* invocation) {
     Stickies& registry = Stickies::shared();
-    auto controller = registry.open.find(id);
-    if (controller == registry.open.end()) {
+    auto controller = registry.controllers().find(id);
+    if (controller == registry.controllers().end()) {
         g_dbus_method_invocation_return_error(invocation, G_DBUS_ERROR, G_DBUS_ERROR_INVALID_ARGS, "no note %s", id);
         return;
     }

@@ -1,7 +1,9 @@
 #pragma once
 #include "platform/MainQueue.h"
 #include "platform/WindowServer.h"
+#include "registry/Locations.h"
 #include "registry/MissingNotes.h"
+#include "registry/PageSchedule.h"
 #include "registry/UnsavedNotes.h"
 #include "storage/Model.h"
 #include "window/StickyController.h"
@@ -26,14 +28,7 @@ class Subscription;
 // the windows on screen, and carries out what the pages ask for.
 class Stickies {
 public:
-    // Where a note lives, or where the user is now.
-    struct Location {
-        std::string screen;         // the display's UUID
-        std::int64_t desktop = 1;   // one-based among the display's ordinary desktops
-        SpaceId space = 0;          // the window server's id of that desktop
-
-        bool operator==(const Location&) const = default;
-    };
+    using Location = marrowleaf::Location;
 
     // A sleeping note as menus list it.
     struct Snoozed {
@@ -68,7 +63,6 @@ public:
     std::optional<Location> currentLocation();
     std::optional<Location> resolve(const Record& record);
     bool hiddenHere(const Location& location) const;
-    static std::string desktopKey(const std::string& screen, std::int64_t desktop);
 
     // --- selection
     void setSelected(const std::string& id, bool on);
@@ -90,11 +84,13 @@ public:
     // task or bullet marks, at most 40 characters.
     static std::string title(const std::string& text);
 
-    AppState state;
-    std::map<std::string, std::unique_ptr<StickyController>> open;
-    std::set<std::string> selected;
-    std::string pageTemplate;
-    std::vector<std::pair<std::string, Record>> lastDeleted;
+    // --- what the registry holds, to read
+    const AppState& appState() const { return state; }
+    const std::map<std::string, std::unique_ptr<StickyController>>& controllers() const { return open; }
+    // The open note's controller; null when the note is not open.
+    StickyController* controller(const std::string& id) const;
+    const std::set<std::string>& selection() const { return selected; }
+    const std::vector<std::pair<std::string, Record>>& lastDeletion() const { return lastDeleted; }
 
     static constexpr double snoozeInterval = 20;
     static constexpr double wakeDelay = 2.0;
@@ -102,13 +98,15 @@ public:
     static constexpr double messageSeconds = 1.4;
     static constexpr double backSeconds = 2.5;
     static constexpr double windowMargin = 6;
-    // At start the pages of notes on desktops not in front wait until every
-    // note in front has its page running, or this long at most.
-    static constexpr double waitingPagesDelay = 1.0;
     // A note whose file vanished is kept this long, for a save by delete-then-recreate.
     static constexpr double vanishGrace = 2.0;
 
 private:
+    AppState state;
+    std::map<std::string, std::unique_ptr<StickyController>> open;
+    std::set<std::string> selected;
+    std::string pageTemplate;
+    std::vector<std::pair<std::string, Record>> lastDeleted;
     std::unique_ptr<FileWatcher> watcher;
     std::optional<TimerId> snoozeTimer;
     std::optional<TimerId> screenChangeWork;
@@ -119,11 +117,7 @@ private:
     UnsavedNotes unsaved;
     MissingNotes missing{vanishGrace};
     bool missingCheckPlanned = false;
-    // During start: notes in front whose page has not started yet, and the
-    // notes elsewhere whose page waits for them.
-    bool starting = false;
-    std::set<std::string> frontPagesStarting;
-    std::vector<std::string> pagesWaiting;
+    PageSchedule pages;
 
     void observeDesktop();
     void onFolderChange(const std::vector<std::string>& paths);
@@ -132,13 +126,9 @@ private:
     bool onScreen(const StickyController& controller) const;
     // The note's record places it on a desktop that is in front now.
     bool onActiveDesktop(const std::string& id);
-    // The desktop key and desktop a note should show on now.
-    std::optional<std::pair<std::string, SpaceId>> target(const Record& record);
     bool isHidden(const std::string& key) const;
     void place(StickyController& controller, SpaceId space);
     void closeController(const std::string& id);
-    void pageStarted(const std::string& id);
-    void loadWaitingPages();
     void writeNote(StickyController& controller, const std::string& text);
     // Whether a note that is open but whose file is not there is let go now.
     bool letGo(const std::string& id, double now);

@@ -48,7 +48,7 @@ void Stickies::handleFocus(StickyController& controller, const nlohmann::json&) 
 void Stickies::handleBar(StickyController& controller, const nlohmann::json& body) {
     if (auto width = numberAt(body, "w")) controller.buttonsWidth = *width;
     // Every page reports its buttons once it runs.
-    pageStarted(controller.id);
+    pages.started(controller.id);
 }
 
 void Stickies::handleClearSelection(StickyController&, const nlohmann::json&) { clearSelection(); }

@@ -40,7 +40,10 @@ Stickies& Stickies::shared() {
 }
 
 Stickies::Stickies()
-    : unsaved([](const std::string& id, const std::string& text) { return Store::tryWrite(id, text); },
+    : pages([this](const std::string& id) {
+          if (auto* controller = this->controller(id)) controller->loadPage();
+      }),
+      unsaved([](const std::string& id, const std::string& text) { return Store::tryWrite(id, text); },
               [](const std::string& id, const std::string& text) { return Store::rescue(id, text); }) {}
 
 Stickies::~Stickies() {
@@ -74,13 +77,9 @@ void Stickies::start() {
     state = Store::loadState();
     // The web engine works on one page at a time: the pages of the desktop in
     // front are asked for alone, so they are ready first.
-    starting = true;
+    pages.beginStart();
     sync();
-    starting = false;
-    if (!pagesWaiting.empty()) {
-        if (frontPagesStarting.empty()) loadWaitingPages();
-        else later(waitingPagesDelay, [this] { loadWaitingPages(); });
-    }
+    pages.endStart();
     watcher = std::make_unique<FileWatcher>(
         Config::notesDir(), [this](const std::vector<std::string>& paths) { onFolderChange(paths); });
     observeDesktop();
@@ -91,7 +90,7 @@ void Stickies::start() {
 void Stickies::observeDesktop() {
     observers.push_back(Platform::windowServer().watchActiveSpace([this] {
         // Another desktop in front: no page waits any longer.
-        loadWaitingPages();
+        pages.loadWaiting();
         refresh();
     }));
     observers.push_back(
@@ -220,30 +219,13 @@ void Stickies::openSticky(const std::string& id, const std::string& content, boo
     std::optional<Screen> screen = Geo::screen(record.screen);
     if (!screen && !screens.empty()) screen = screens.front();
     if (screen) record.frame = Frame::of(Geo::clamp(record.frame.rect(), *screen, windowMargin));
-    const bool inFront = !starting || onActiveDesktop(id);
+    const bool loadNow = pages.loadsNow(id, onActiveDesktop(id));
     open[id] = std::make_unique<StickyController>(
         id, content, record, editNow, pageTemplate,
         [this](StickyController& controller, const std::string& type, const nlohmann::json& body) {
             handle(controller, type, body);
         },
-        inFront ? StickyController::PageLoad::now : StickyController::PageLoad::later);
-    if (!starting) return;
-    if (inFront) frontPagesStarting.insert(id);
-    else pagesWaiting.push_back(id);
-}
-
-void Stickies::pageStarted(const std::string& id) {
-    if (!frontPagesStarting.erase(id) || !frontPagesStarting.empty()) return;
-    loadWaitingPages();
-}
-
-void Stickies::loadWaitingPages() {
-    frontPagesStarting.clear();
-    const auto waiting = std::move(pagesWaiting);
-    pagesWaiting.clear();
-    for (const auto& id : waiting) {
-        if (auto controller = open.find(id); controller != open.end()) controller->second->loadPage();
-    }
+        loadNow ? StickyController::PageLoad::now : StickyController::PageLoad::later);
 }
 
 void Stickies::closeController(const std::string& id) {
@@ -253,19 +235,6 @@ void Stickies::closeController(const std::string& id) {
     open.erase(found);
     unsaved.forget(id);
     missing.found(id);
-}
-
-std::optional<std::pair<std::string, SpaceId>> Stickies::target(const Record& record) {
-    std::string uuid = Geo::primaryUUID();
-    if (auto attached = Geo::screen(record.screen)) uuid = Geo::uuid(*attached).value_or(record.screen);
-    std::optional<DisplaySpaces> display = Spaces::display(uuid);
-    if (!display && !Spaces::displays().empty()) display = Spaces::displays().front();
-    if (!display) return std::nullopt;
-    const auto users = display->userSpaces();
-    if (users.empty()) return std::nullopt;
-    const auto count = static_cast<std::int64_t>(users.size());
-    const std::int64_t number = std::min(count, std::max<std::int64_t>(record.desktop, 1));
-    return std::make_pair(desktopKey(uuid, number), users[number - 1]);
 }
 
 void Stickies::refresh() {
@@ -280,10 +249,10 @@ void Stickies::refresh() {
         const WindowLevel level = StickyController::level(record.pinned.value_or(false));
         if (controller.window().level() != level) controller.window().setLevel(level);
 
-        const auto where = target(record);
+        const auto where = Locations::resolve(record);
         const bool asleep = record.snoozeUntil && now < *record.snoozeUntil;
-        const bool show = where && !isHidden(where->first) && !asleep;
-        const SpaceId space = where ? where->second : 0;
+        const bool show = where && !hiddenHere(*where) && !asleep;
+        const SpaceId space = where ? where->space : 0;
 
         if (controller.visible && !(show && controller.placed == space)) {
             controller.window().orderOut();
@@ -331,8 +300,8 @@ void Stickies::place(StickyController& controller, SpaceId space) {
 bool Stickies::onActiveDesktop(const std::string& id) {
     auto record = state.stickies.find(id);
     if (record == state.stickies.end()) return false;
-    const auto where = target(record->second);
-    return where && Spaces::active().count(where->second);
+    const auto where = Locations::resolve(record->second);
+    return where && Spaces::active().count(where->space);
 }
 
 bool Stickies::onScreen(const StickyController& controller) const {
@@ -354,11 +323,9 @@ void Stickies::commitFrames(const std::vector<std::string>& ids) {
         record->second.screen = *uuid;
         auto display = Spaces::display(*uuid);
         if (!display) continue;
-        const auto users = display->userSpaces();
-        const auto windowSpaces = Spaces::spacesForWindow(controller->second->window().windowNumber());
-        for (std::size_t i = 0; i < users.size(); ++i) {
-            if (std::ranges::find(windowSpaces, users[i]) != windowSpaces.end()) {
-                record->second.desktop = static_cast<std::int64_t>(i + 1);
+        for (SpaceId space : Spaces::spacesForWindow(controller->second->window().windowNumber())) {
+            if (auto number = Locations::desktopNumber(*display, space)) {
+                record->second.desktop = *number;
                 break;
             }
         }

@@ -1,4 +1,5 @@
 #pragma once
+#include <stdexcept>
 #include "FaultyFiles.h"
 #include "LogCapture.h"
 #include "TempFolder.h"
@@ -70,7 +71,11 @@ protected:
         return ModelJSON::decodeState(nlohmann::json::parse(readFile(notes / ".stickies.json"))).value();
     }
 
-    StickyController& controller(const std::string& id) { return *registry->open.at(id); }
+    StickyController& controller(const std::string& id) {
+        StickyController* found = registry->controller(id);
+        if (!found) throw std::out_of_range("no open note " + id);
+        return *found;
+    }
     FakeNoteWindow& window(const std::string& id) {
         return *platform.noteWindows.window(controller(id).window().windowNumber());
     }

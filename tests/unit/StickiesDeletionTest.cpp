@@ -19,7 +19,7 @@ protected:
 
 TEST_F(StickiesDeletion, deletedNotesGoToTheTrashFolderAndTheirWindowsClose) {
     registry->deleteNotes({"a"}, false);
-    EXPECT_FALSE(registry->open.count("a"));
+    EXPECT_FALSE(registry->controllers().count("a"));
     EXPECT_FALSE(std::filesystem::exists(notes / "a.md"));
     EXPECT_EQ(readFile(notes / ".trash/a.md"), "note a");
     EXPECT_FALSE(stateOnDisk().stickies.count("a"));
@@ -51,22 +51,22 @@ TEST_F(StickiesDeletion, idsWithoutRecordsCountAsNone) {
 }
 
 TEST_F(StickiesDeletion, undoBringsTheNotesBackAtTheirPlaces) {
-    registry->state.stickies["a"].color = "green";
+    post("a", {{"t", "color"}, {"name", "green"}});
     registry->deleteNotes({"a"}, false);
     registry->undoDelete();
     EXPECT_TRUE(shown("a"));
     EXPECT_EQ(noteText("a"), "note a");
     EXPECT_EQ(stateOnDisk().stickies.at("a").color, "green");
     EXPECT_FALSE(std::filesystem::exists(notes / ".trash/a.md"));
-    EXPECT_TRUE(registry->lastDeleted.empty());
+    EXPECT_TRUE(registry->lastDeletion().empty());
 }
 
 TEST_F(StickiesDeletion, undoAfterTwoSeparateDeletionsRestoresOnlyTheSecond) {
     registry->deleteNotes({"a"}, false);
     registry->deleteNotes({"b"}, false);
     registry->undoDelete();
-    EXPECT_FALSE(registry->open.count("a"));
-    EXPECT_TRUE(registry->open.count("b"));
+    EXPECT_FALSE(registry->controllers().count("a"));
+    EXPECT_TRUE(registry->controllers().count("b"));
     EXPECT_TRUE(std::filesystem::exists(notes / ".trash/a.md"));
 }
 
@@ -75,14 +75,14 @@ TEST_F(StickiesDeletion, undoWithNothingDeletedOnlySavesAndSyncs) {
     writeNote("d", "new");
     registry->undoDelete();
     EXPECT_TRUE(std::filesystem::exists(notes / ".stickies.json"));
-    EXPECT_TRUE(registry->open.count("d"));
+    EXPECT_TRUE(registry->controllers().count("d"));
 }
 
 TEST_F(StickiesDeletion, aSelectedNoteDeletedIsNotSelectedAfterUndo) {
     registry->setSelected("a", true);
     registry->deleteNotes({"a"}, false);
     registry->undoDelete();
-    EXPECT_TRUE(registry->selected.empty());
+    EXPECT_TRUE(registry->selection().empty());
 }
 
 TEST_F(StickiesDeletion, undoSkipsANoteWhoseNameWasTakenMeanwhile) {

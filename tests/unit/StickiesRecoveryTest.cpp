@@ -33,8 +33,8 @@ protected:
     }
 
     void expectSameLook() {
-        ASSERT_TRUE(registry->open.count("a"));
-        const Record& kept = registry->state.stickies.at("a");
+        ASSERT_TRUE(registry->controllers().count("a"));
+        const Record& kept = registry->appState().stickies.at("a");
         EXPECT_EQ(kept.color, "blue");
         EXPECT_EQ(kept.pinned, true);
         EXPECT_EQ(kept.desktop, 2);
@@ -70,17 +70,17 @@ TEST_F(StickiesRecovery, aFileRecreatedAfterOneSecondKeepsItsNotesLook) {
 TEST_F(StickiesRecovery, aFileStillMissingAfterTheGracePeriodIsGone) {
     std::filesystem::remove(notes / "a.md");
     folderChanged({"a.md"});
-    EXPECT_TRUE(registry->open.count("a"));
+    EXPECT_TRUE(registry->controllers().count("a"));
     platform.clock.advance(Stickies::vanishGrace);
-    EXPECT_FALSE(registry->open.count("a"));
+    EXPECT_FALSE(registry->controllers().count("a"));
     EXPECT_FALSE(stateOnDisk().stickies.count("a"));
     EXPECT_EQ(log.count("INFO the file of a was removed by another program; the note is closed"), 1u);
 }
 
 TEST_F(StickiesRecovery, aFileRecreatedAfterThreeSecondsIsANewNote) {
     recreateAfter(3.0, "a new note");
-    ASSERT_TRUE(registry->open.count("a"));
-    const Record& fresh = registry->state.stickies.at("a");
+    ASSERT_TRUE(registry->controllers().count("a"));
+    const Record& fresh = registry->appState().stickies.at("a");
     EXPECT_EQ(fresh.color, "yellow");
     EXPECT_FALSE(fresh.pinned.value_or(false));
 }

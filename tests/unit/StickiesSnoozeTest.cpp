@@ -25,7 +25,7 @@ TEST_F(StickiesSnooze, aNoteComesBackWithinTwentySecondsOfItsTime) {
     platform.clock.advance(10);   // the 40-second tick
     EXPECT_TRUE(shown("a"));
     EXPECT_EQ(hudText(), "📝 Sticky is back: Call the plumber");
-    EXPECT_EQ(registry->state.stickies.at("a").snoozeUntil, std::nullopt);
+    EXPECT_EQ(registry->appState().stickies.at("a").snoozeUntil, std::nullopt);
     EXPECT_EQ(window("a").scripts.back(), "flash()");
 }
 
@@ -35,7 +35,7 @@ TEST_F(StickiesSnooze, aWakeTimeInThePastHidesTheNoteUntilTheNextTick) {
     platform.clock.advance(5);
     snooze("a", morning - 60);
     // Snoozed into the past: off screen until the timer's next tick puts it back.
-    EXPECT_EQ(registry->state.stickies.at("a").snoozeUntil, morning - 60);
+    EXPECT_EQ(registry->appState().stickies.at("a").snoozeUntil, morning - 60);
     platform.clock.advance(15);
     EXPECT_TRUE(shown("a"));
     EXPECT_EQ(hudText(), "📝 Sticky is back: x");

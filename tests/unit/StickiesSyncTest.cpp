@@ -13,7 +13,7 @@ TEST_F(StickiesSync, startOpensAWindowForEveryNoteFile) {
     writeNote("a", "# A");
     writeNote("b", "# B");
     registry->start();
-    EXPECT_EQ(registry->open.size(), 2u);
+    EXPECT_EQ(registry->controllers().size(), 2u);
     EXPECT_TRUE(shown("a"));
     EXPECT_EQ(controller("a").content, "# A");
     EXPECT_NE(window("a").pages.front().find("# A"), std::string::npos);
@@ -24,7 +24,7 @@ TEST_F(StickiesSync, aMissingPageLogsAndLeavesTheRegistryInert) {
     writeNote("a", "text");
     registry->start();
     EXPECT_EQ(log.count("ERROR sticky.html not found"), 1u);
-    EXPECT_TRUE(registry->open.empty());
+    EXPECT_TRUE(registry->controllers().empty());
     EXPECT_EQ(platform.folderEvents.watchCount(), 0u);
     EXPECT_EQ(platform.windowServer.watcherCount(), 0u);
 }
@@ -66,7 +66,7 @@ TEST_F(StickiesSync, sevenFilesWithoutRecordsCascadeInSixSteps) {
     folderChanged({"n1.md"});
     std::vector<double> offsets;
     for (int i = 1; i <= 7; ++i) {
-        const Frame f = registry->state.stickies.at("n" + std::to_string(i)).frame;
+        const Frame f = registry->appState().stickies.at("n" + std::to_string(i)).frame;
         offsets.push_back(f.y - (25 + 40));
         EXPECT_EQ(f.x, 1440 - 300 - offsets.back());
         EXPECT_EQ(f.w, 260);
@@ -91,16 +91,16 @@ TEST_F(StickiesSync, markdownFilesInTheTrashNeverTriggerASync) {
     registry->start();
     writeNote("new", "x");
     folderChanged({".trash/old.md"});
-    EXPECT_FALSE(registry->open.count("new"));
+    EXPECT_FALSE(registry->controllers().count("new"));
 }
 
 TEST_F(StickiesSync, changesToOtherFileTypesDoNotTriggerASync) {
     registry->start();
     writeNote("new", "x");
     folderChanged({"notes.txt", ".stickies.json"});
-    EXPECT_FALSE(registry->open.count("new"));
+    EXPECT_FALSE(registry->controllers().count("new"));
     folderChanged({"new.md"});
-    EXPECT_TRUE(registry->open.count("new"));
+    EXPECT_TRUE(registry->controllers().count("new"));
 }
 
 TEST_F(StickiesSync, anEditByAnotherProgramReplacesThePageText) {
@@ -127,7 +127,7 @@ TEST_F(StickiesSync, aDeletedFileClosesItsWindowAndPrunesItsRecord) {
     std::filesystem::remove(notes / "a.md");
     folderChanged({"a.md"});
     platform.clock.advance(Stickies::vanishGrace);
-    EXPECT_FALSE(registry->open.count("a"));
+    EXPECT_FALSE(registry->controllers().count("a"));
     EXPECT_FALSE(stateOnDisk().stickies.count("a"));
     EXPECT_EQ(platform.noteWindows.windows().size(), 0u);
 }
@@ -139,7 +139,7 @@ TEST_F(StickiesSync, removingASelectedNotesFileRemovesItFromTheSelection) {
     std::filesystem::remove(notes / "a.md");
     folderChanged({"a.md"});
     platform.clock.advance(Stickies::vanishGrace);
-    EXPECT_TRUE(registry->selected.empty());
+    EXPECT_TRUE(registry->selection().empty());
 }
 
 TEST_F(StickiesSync, recordsOfFilesDeletedWhileNotRunningArePruned) {
@@ -159,8 +159,8 @@ TEST_F(StickiesSync, aNoteThatIsNotUtf8IsSkippedAndItsRecordKept) {
     saveState(state);
     writeNote("latin", "caf\xE9");
     registry->start();
-    EXPECT_FALSE(registry->open.count("latin"));
-    EXPECT_TRUE(registry->state.stickies.count("latin"));
+    EXPECT_FALSE(registry->controllers().count("latin"));
+    EXPECT_TRUE(registry->appState().stickies.count("latin"));
     EXPECT_EQ(noteText("latin"), "caf\xE9");
 }
 
@@ -244,7 +244,7 @@ TEST_F(StickiesSync, aSnoozedNoteStaysOffScreen) {
 TEST_F(StickiesSync, aSnoozedNoteDueThisVerySecondIsShown) {
     writeNote("a", "x");
     registry->start();
-    registry->state.stickies["a"].snoozeUntil = morning + 10;
+    post("a", {{"t", "snooze"}, {"at", (morning + 10) * 1000}});
     registry->refresh();
     EXPECT_FALSE(shown("a"));
     platform.clock.set(morning + 10);
@@ -272,7 +272,7 @@ TEST_F(StickiesSync, aFrameOffTheScreenIsPulledBackWhenOpened) {
     saveState(state);
     writeNote("a", "x");
     registry->start();
-    const Frame f = registry->state.stickies.at("a").frame;
+    const Frame f = registry->appState().stickies.at("a").frame;
     EXPECT_LE(f.x + f.w, 1440 + 6);
     EXPECT_LE(f.y + f.h, 900 + 6);
 }
@@ -291,24 +291,25 @@ TEST_F(StickiesSync, aSelectedNoteThatLeavesTheScreenIsDeselected) {
     writeNote("a", "x");
     registry->start();
     registry->setSelected("a", true);
-    registry->state.hidden["MAIN:1"] = true;
-    registry->refresh();
-    EXPECT_TRUE(registry->selected.empty());
+    platform.windowServer.switchTo(2);
+    EXPECT_TRUE(registry->selection().empty());
     EXPECT_EQ(window("a").scripts.back(), "setSelected(false)");
 }
 
 TEST_F(StickiesSync, aScreenChangeRefreshesHalfASecondLater) {
     AppState state;
     state.stickies["a"] = record(1);
+    state.stickies["a"].snoozeUntil = morning + 1;
     saveState(state);
     writeNote("a", "x");
     registry->start();
-    registry->state.hidden["MAIN:1"] = true;
+    platform.clock.advance(1.2);   // awake now, but nothing has looked since
+    ASSERT_FALSE(shown("a"));
     platform.screens.change(platform.screens.screens);
     platform.clock.advance(0.4);
-    EXPECT_TRUE(shown("a"));
-    platform.clock.advance(0.1);
     EXPECT_FALSE(shown("a"));
+    platform.clock.advance(0.1);
+    EXPECT_TRUE(shown("a"));
 }
 
 TEST_F(StickiesSync, anyOnScreenIsTrueOnlyForAVisibleNoteOnAnActiveDesktop) {
@@ -336,9 +337,10 @@ TEST_F(StickiesSync, commitFramesStoresTheWindowsFrameScreenAndDesktop) {
 TEST_F(StickiesSync, quittingWritesTheStateHeldInMemory) {
     writeNote("a", "x");
     registry->start();
-    registry->state.stickies["a"].frame = {1, 2, 300, 300};
+    post("a", {{"t", "color"}, {"name", "green"}});
+    std::filesystem::remove(notes / ".stickies.json");
     registry->saveAll();
-    EXPECT_EQ(stateOnDisk().stickies.at("a").frame, (Frame{1, 2, 300, 300}));
+    EXPECT_EQ(stateOnDisk().stickies.at("a").color, "green");
 }
 
 TEST_F(StickiesSync, aCorruptStateFileCostsNoNote) {
@@ -390,7 +392,7 @@ TEST_F(StickiesStartPages, notesElsewhereLoadTheirPagesOnceEveryNoteInFrontHasSt
 
 TEST_F(StickiesStartPages, notesElsewhereWaitASecondAtMost) {
     registry->start();
-    platform.clock.advance(Stickies::waitingPagesDelay - 0.1);
+    platform.clock.advance(PageSchedule::waitingDelay - 0.1);
     EXPECT_EQ(pagesOf("second"), 0u);
     platform.clock.advance(0.1);
     EXPECT_EQ(pagesOf("second"), 1u);
@@ -433,11 +435,3 @@ TEST_F(StickiesStartPages, withNoNoteInFrontNoPageWaits) {
     EXPECT_EQ(pagesOf("third"), 1u);
 }
 
-TEST_F(StickiesStartPages, aNoteFoundAfterStartLoadsItsPageAtOnceWhereverItIs) {
-    registry->start();
-    registry->state.stickies["later"] = record(2);
-    writeNote("later", "new on two");
-    folderChanged({"later.md"});
-    ASSERT_TRUE(registry->open.count("later"));
-    EXPECT_EQ(pagesOf("later"), 1u);
-}
