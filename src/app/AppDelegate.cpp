@@ -12,31 +12,71 @@
 #include <gtk/gtk.h>
 #include <signal.h>
 
+#include <cstdlib>
+#include <optional>
+#include <string>
+
 namespace marrowleaf {
 
 namespace {
 
-constexpr const char* usage =
-    "Usage: marrowleaf [--notes-dir PATH] [--quit]\n"
-    "  --notes-dir PATH  keep notes in PATH (read by the first instance only)\n"
-    "  --quit            quit the running Marrowleaf\n";
+// Parsed by GApplication into the options dictionary; --help comes with it.
+const GOptionEntry optionEntries[] = {
+    {"notes-dir", 0, G_OPTION_FLAG_NONE, G_OPTION_ARG_FILENAME, nullptr,
+     "Keep notes in PATH (the first instance decides)", "PATH"},
+    {"quit", 0, G_OPTION_FLAG_NONE, G_OPTION_ARG_NONE, nullptr, "Quit the running Marrowleaf", nullptr},
+    {"version", 0, G_OPTION_FLAG_NONE, G_OPTION_ARG_NONE, nullptr, "Print the version and exit", nullptr},
+    {}};
 
-gboolean onTerminationSignal(gpointer self) {
-    g_application_quit(G_APPLICATION(self));
+// A command line GApplication could not parse ends with its generic failure status.
+constexpr int parseFailure = EXIT_FAILURE;
+constexpr int usageError = 2;
+
+gboolean onTerminationSignal(gpointer application) {
+    g_application_quit(G_APPLICATION(application));
     return G_SOURCE_CONTINUE;
+}
+
+// Whether an instance owns the application's name on the session bus; asks
+// without registering, so nothing starts.
+bool instanceRunning() {
+    GErrorOut error;
+    GObjectPtr<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, &error));
+    if (!bus) return false;
+    GVariantPtr answer(g_dbus_connection_call_sync(
+        bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner",
+        g_variant_new("(s)", AppDelegate::applicationId), G_VARIANT_TYPE("(b)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr,
+        nullptr));
+    if (!answer) return false;
+    gboolean owned = FALSE;
+    g_variant_get(answer.get(), "(b)", &owned);
+    return owned;
+}
+
+std::optional<std::string> notesDirOption(GVariantDict* options) {
+    const char* folder = nullptr;
+    if (!g_variant_dict_lookup(options, "notes-dir", "^&ay", &folder) || !folder) return std::nullopt;
+    return std::string(folder);
 }
 
 }
 
 AppDelegate::AppDelegate()
     : application(gtk_application_new(applicationId, G_APPLICATION_HANDLES_COMMAND_LINE)) {
-    g_signal_connect_swapped(application, "startup",
-                             G_CALLBACK(+[](AppDelegate* self) { self->applicationDidFinishLaunching(); }), this);
-    g_signal_connect_swapped(application, "shutdown",
-                             G_CALLBACK(+[](AppDelegate* self) { self->applicationWillTerminate(); }), this);
-    g_signal_connect_swapped(application, "command-line",
+    g_application_add_main_option_entries(gApplication(), optionEntries);
+    g_application_set_option_context_summary(gApplication(), "Sticky notes on the Linux desktop.");
+    g_signal_connect_swapped(application.get(), "handle-local-options",
+                             G_CALLBACK(+[](AppDelegate* self, GVariantDict* options) {
+                                 return self->onHandleLocalOptions(options);
+                             }),
+                             this);
+    g_signal_connect_swapped(application.get(), "startup", G_CALLBACK(+[](AppDelegate* self) { self->onStartup(); }),
+                             this);
+    g_signal_connect_swapped(application.get(), "shutdown", G_CALLBACK(+[](AppDelegate* self) { self->onShutdown(); }),
+                             this);
+    g_signal_connect_swapped(application.get(), "command-line",
                              G_CALLBACK(+[](AppDelegate* self, GApplicationCommandLine* line) {
-                                 return self->commandLine(line);
+                                 return self->onCommandLine(line);
                              }),
                              this);
 }
@@ -46,29 +86,44 @@ AppDelegate::~AppDelegate() {
     // The registry's note windows live until the process ends, and so must the
     // desktop services they stand on.
     (void)desktop.release();
-    g_object_unref(application);
 }
 
-int AppDelegate::run(int argc, char** argv) { return g_application_run(G_APPLICATION(application), argc, argv); }
+int AppDelegate::run(int argc, char** argv) {
+    const int status = g_application_run(gApplication(), argc, argv);
+    return status == parseFailure ? usageError : status;
+}
 
-void AppDelegate::applicationDidFinishLaunching() {
+int AppDelegate::onHandleLocalOptions(GVariantDict* options) {
+    if (g_variant_dict_contains(options, "version")) {
+        g_print("%s %s\n", Config::appName().c_str(), Config::version().c_str());
+        return EXIT_SUCCESS;
+    }
+    if (auto folder = notesDirOption(options)) Config::useNotesDirOption(*folder);
+    if (g_variant_dict_contains(options, "quit") && !instanceRunning()) {
+        g_printerr("%s is not running\n", Config::appName().c_str());
+        return EXIT_SUCCESS;
+    }
+    return -1;   // go on: become the instance, or hand the command line to it
+}
+
+void AppDelegate::onStartup() {
     launched = true;
     Log::setFile(Config::logFile());
     Log::info("launching " + Config::appName() + " " + Config::version() + ", notes in " +
               Config::notesDir().string());
     desktop = std::make_unique<LinuxDesktop>();
     desktop->install();
-    desktop->noteWindows.setApplication(application);
+    desktop->noteWindows.setApplication(application.get());
     loadMarkdownPage();
     installMainMenu();
     Stickies::shared().start();
     if (TestInterface::wanted())
-        testInterface = std::make_unique<TestInterface>(g_application_get_dbus_connection(G_APPLICATION(application)));
+        testInterface = std::make_unique<TestInterface>(g_application_get_dbus_connection(gApplication()));
 
     // No window of its own: the application lives until it is told to quit.
-    g_application_hold(G_APPLICATION(application));
-    g_unix_signal_add(SIGTERM, onTerminationSignal, application);
-    g_unix_signal_add(SIGINT, onTerminationSignal, application);
+    g_application_hold(gApplication());
+    g_unix_signal_add(SIGTERM, onTerminationSignal, application.get());
+    g_unix_signal_add(SIGINT, onTerminationSignal, application.get());
 }
 
 // The page that renders every note's Markdown ships beside the note page.
@@ -84,7 +139,7 @@ void AppDelegate::loadMarkdownPage() {
     desktop->noteWindows.setMarkdownPage(std::move(html));
 }
 
-void AppDelegate::applicationWillTerminate() {
+void AppDelegate::onShutdown() {
     if (!launched) return;
     Stickies::shared().saveAll();
     Log::info("quitting");
@@ -93,41 +148,24 @@ void AppDelegate::applicationWillTerminate() {
 
 void AppDelegate::installMainMenu() {
     // The editing keys are the page's own; the application adds only Ctrl+Q.
-    GSimpleAction* quitAction = g_simple_action_new("quit", nullptr);
-    g_signal_connect_swapped(quitAction, "activate", G_CALLBACK(+[](AppDelegate* self) { self->quit(); }), this);
-    g_action_map_add_action(G_ACTION_MAP(application), G_ACTION(quitAction));
-    g_object_unref(quitAction);
+    GObjectPtr<GSimpleAction> quitAction(g_simple_action_new("quit", nullptr));
+    g_signal_connect_swapped(quitAction.get(), "activate", G_CALLBACK(+[](AppDelegate* self) { self->quit(); }), this);
+    g_action_map_add_action(G_ACTION_MAP(application.get()), G_ACTION(quitAction.get()));
     const char* quitAccels[] = {"<Control>q", nullptr};
-    gtk_application_set_accels_for_action(application, "app.quit", quitAccels);
+    gtk_application_set_accels_for_action(application.get(), "app.quit", quitAccels);
 }
 
-void AppDelegate::quit() { g_application_quit(G_APPLICATION(application)); }
+void AppDelegate::quit() { g_application_quit(gApplication()); }
 
-int AppDelegate::commandLine(GApplicationCommandLine* line) {
-    gint argc = 0;
-    gchar** argv = g_application_command_line_get_arguments(line, &argc);
-    std::vector<std::string> args(argv, argv + argc);
-    g_strfreev(argv);
-    const bool remote = g_application_command_line_get_is_remote(line);
-
-    int status = 0;
-    for (std::size_t i = 1; i < args.size(); ++i) {
-        const std::string& arg = args[i];
-        if (arg == "--notes-dir" && i + 1 < args.size()) {
-            const auto asked = Config::expandTilde(args[++i]);
-            if (remote && asked != Config::notesDir())
-                g_application_command_line_printerr(line, "marrowleaf is already running with notes in %s\n",
-                                                    Config::notesDir().c_str());
-        } else if (arg == "--quit") {
-            quit();
-        } else if (arg == "--help" || arg == "-h") {
-            g_application_command_line_print(line, "%s", usage);
-        } else {
-            g_application_command_line_printerr(line, "marrowleaf: unknown option %s\n%s", arg.c_str(), usage);
-            status = 2;
-        }
-    }
-    return status;
+// Runs in the instance, for its own command line and for those later launches hand over.
+int AppDelegate::onCommandLine(GApplicationCommandLine* line) {
+    GVariantDict* options = g_application_command_line_get_options_dict(line);
+    const auto asked = notesDirOption(options);
+    if (asked && g_application_command_line_get_is_remote(line) && Config::expandTilde(*asked) != Config::notesDir())
+        g_application_command_line_printerr(line, "marrowleaf is already running with notes in %s\n",
+                                            Config::notesDir().c_str());
+    if (g_variant_dict_contains(options, "quit")) quit();
+    return EXIT_SUCCESS;
 }
 
 }

@@ -1,10 +1,9 @@
 #pragma once
-#include <memory>
-#include <string>
-#include <vector>
+#include "platform/linux/GObjectPtr.h"
 
-typedef struct _GtkApplication GtkApplication;
-typedef struct _GApplicationCommandLine GApplicationCommandLine;
+#include <gtk/gtk.h>
+
+#include <memory>
 
 namespace marrowleaf {
 
@@ -26,17 +25,21 @@ public:
     int run(int argc, char** argv);
 
 private:
-    GtkApplication* application;
+    GObjectPtr<GtkApplication> application;
     bool launched = false;
     std::unique_ptr<LinuxDesktop> desktop;
     std::unique_ptr<TestInterface> testInterface;
 
-    void applicationDidFinishLaunching();
-    void applicationWillTerminate();
+    // The GApplication signals, each handled once.
+    int onHandleLocalOptions(GVariantDict* options);
+    void onStartup();
+    int onCommandLine(GApplicationCommandLine* line);
+    void onShutdown();
+
     void installMainMenu();
     void loadMarkdownPage();
-    int commandLine(GApplicationCommandLine* line);
     void quit();
+    GApplication* gApplication() const { return G_APPLICATION(application.get()); }
 };
 
 }

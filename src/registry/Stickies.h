@@ -112,12 +112,12 @@ private:
     std::optional<TimerId> screenChangeWork;
     std::vector<TimerId> pendingWork;
     std::vector<std::unique_ptr<Subscription>> observers;
+    PageSchedule pages;
     // Notes whose latest text could not be written; their pages are not
     // overwritten from disk, and the write is tried again.
     UnsavedNotes unsaved;
     MissingNotes missing{vanishGrace};
     bool missingCheckPlanned = false;
-    PageSchedule pages;
 
     void observeDesktop();
     void onFolderChange(const std::vector<std::string>& paths);

@@ -13,7 +13,6 @@ namespace {
 
 constexpr const char* notesDirKey = "NotesDirectory";
 constexpr const char* altClickKey = "AltClickNewSticky";
-constexpr const char* notesDirOption = "--notes-dir";
 constexpr int pageSearchDepth = 6;
 
 ConfigSources sources;
@@ -32,12 +31,8 @@ std::optional<std::string> userDefaultText(const std::string& key) {
 }
 
 fs::path computeNotesDir() {
-    const auto& args = sources.arguments;
-    for (std::size_t i = 0; i < args.size(); ++i) {
-        if (args[i] != notesDirOption) continue;
-        if (i + 1 < args.size()) return Config::expandTilde(args[i + 1]);
-        break;   // a trailing option has no value: fall through to the user default
-    }
+    // An empty option falls through to the user default.
+    if (sources.notesDirOption && !sources.notesDirOption->empty()) return Config::expandTilde(*sources.notesDirOption);
     if (auto fromDefaults = userDefaultText(notesDirKey)) return Config::expandTilde(*fromDefaults);
     return sources.home / "Notes" / "stickies";
 }
@@ -84,6 +79,11 @@ ConfigSources Config::processSources(int argc, char** argv) {
         !error && self.parent_path().filename() == "bin")
         s.dataDirs.push_back(self.parent_path().parent_path() / "share" / "marrowleaf");
     return s;
+}
+
+void Config::useNotesDirOption(std::string path) {
+    sources.notesDirOption = std::move(path);
+    cachedNotesDir.reset();
 }
 
 fs::path Config::notesDir() {

@@ -11,6 +11,7 @@ namespace marrowleaf {
 // environment. The application fills it from main(); tests fill it by hand.
 struct ConfigSources {
     std::vector<std::string> arguments;   // argv, the program path first
+    std::optional<std::string> notesDirOption;   // --notes-dir as the command line gave it
     std::filesystem::path home;
     std::optional<std::string> appName;            // compiled in; absent falls back to "Marrowleaf"
     std::optional<std::string> version;            // compiled in; absent falls back to "dev"
@@ -24,6 +25,8 @@ struct Config {
     // The sources of the running process: the program's own argv, home, build values and environment.
     static ConfigSources processSources(int argc, char** argv);
 
+    // The command line's --notes-dir, parsed by the application before anything starts.
+    static void useNotesDirOption(std::string path);
     static std::filesystem::path notesDir();   // fixed on first use
     static std::optional<std::filesystem::path> stickyHTML();
     static std::string appName();

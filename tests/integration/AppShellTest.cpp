@@ -101,3 +101,45 @@ TEST_F(AppShell, makesTheNotesFolderGivenOnTheCommandLine) {
     EXPECT_EQ(match[1].str(), asked.string());
     EXPECT_FALSE(fs::exists(app.defaultNotesFolder()));
 }
+
+TEST_F(AppShell, helpIsAnsweredWithoutStartingAnything) {
+    const CommandResult help = app.run({"--help"});
+    EXPECT_EQ(help.exitCode, 0) << help.err;
+    EXPECT_NE(help.out.find("--notes-dir=PATH"), std::string::npos) << help.out;
+    EXPECT_NE(help.out.find("--quit"), std::string::npos) << help.out;
+    EXPECT_FALSE(fs::exists(app.logFile())) << "it launched:\n" << readFile(app.logFile());
+    EXPECT_FALSE(fs::exists(app.defaultNotesFolder()));
+    EXPECT_TRUE(app.processesOfThisHome().empty());
+}
+
+TEST_F(AppShell, versionIsAnsweredWithoutStartingAnything) {
+    const CommandResult version = app.run({"--version"});
+    EXPECT_EQ(version.exitCode, 0) << version.err;
+    EXPECT_TRUE(std::regex_match(version.out, std::regex(R"(Marrowleaf \S+\n)"))) << version.out;
+    EXPECT_FALSE(fs::exists(app.logFile()));
+    EXPECT_TRUE(app.processesOfThisHome().empty());
+}
+
+TEST_F(AppShell, anUnknownOptionEndsWithStatusTwoWithoutStarting) {
+    const CommandResult wrong = app.run({"--colour=blue"});
+    EXPECT_EQ(wrong.exitCode, 2);
+    EXPECT_NE(wrong.err.find("--colour"), std::string::npos) << wrong.err;
+    EXPECT_FALSE(fs::exists(app.logFile()));
+    EXPECT_TRUE(app.processesOfThisHome().empty());
+}
+
+TEST_F(AppShell, theNotesFolderCanBeGivenWithAnEqualsSign) {
+    const fs::path asked = app.home() / "with equals";
+    app.start({"--notes-dir=" + asked.string()});
+    EXPECT_TRUE(waitUntil([&] { return fs::is_directory(asked); })) << diagnostics();
+    EXPECT_FALSE(fs::exists(app.defaultNotesFolder()));
+}
+
+TEST_F(AppShell, quitWithNoInstanceRunningStartsNothing) {
+    const CommandResult quit = app.run({"--quit"});
+    EXPECT_EQ(quit.exitCode, 0) << quit.err;
+    EXPECT_NE(quit.err.find("Marrowleaf is not running"), std::string::npos) << quit.err;
+    EXPECT_FALSE(fs::exists(app.logFile())) << readFile(app.logFile());
+    EXPECT_FALSE(fs::exists(app.defaultNotesFolder()));
+    EXPECT_TRUE(app.processesOfThisHome().empty());
+}

@@ -37,7 +37,8 @@ protected:
         writeFile(root / "share/sticky.html", pageTemplate);
         ConfigSources sources;
         // A program path of the test's own, so no page beside a real build is found.
-        sources.arguments = {(root / "bin/marrowleaf").string(), "--notes-dir", notes.string()};
+        sources.arguments = {(root / "bin/marrowleaf").string()};
+        sources.notesDirOption = notes.string();
         sources.home = root.path;
         sources.dataDirs = {root / "share"};
         Config::configure(sources);

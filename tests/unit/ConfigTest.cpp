@@ -13,9 +13,11 @@ class ConfigTest : public ::testing::Test {
 protected:
     FakePlatform platform;
 
-    void configure(std::vector<std::string> arguments, std::map<std::string, std::string> environment = {}) {
+    void configure(std::optional<std::string> notesDirOption, std::map<std::string, std::string> environment = {},
+                   std::string program = "marrowleaf") {
         ConfigSources sources;
-        sources.arguments = std::move(arguments);
+        sources.arguments = {std::move(program)};
+        sources.notesDirOption = std::move(notesDirOption);
         sources.home = "/home/someone";
         sources.appName = "Marrowleaf";
         sources.version = "1.2";
@@ -31,45 +33,40 @@ protected:
 }
 
 TEST_F(ConfigTest, notesDirOptionWithATildePathExpandsToTheHomeFolder) {
-    configure({"marrowleaf", "--notes-dir", "~/x"});
+    configure("~/x");
     EXPECT_EQ(Config::notesDir(), fs::path("/home/someone/x"));
 }
 
-TEST_F(ConfigTest, aLoneTrailingNotesDirOptionFallsThroughToTheUserDefault) {
+TEST_F(ConfigTest, anEmptyNotesDirOptionFallsThroughToTheUserDefault) {
     platform.defaults.setText("NotesDirectory", "/srv/notes");
-    configure({"marrowleaf", "--notes-dir"});
+    configure("");
     EXPECT_EQ(Config::notesDir(), fs::path("/srv/notes"));
 }
 
-TEST_F(ConfigTest, aLoneTrailingNotesDirOptionWithoutUserDefaultUsesHomeNotesStickies) {
-    configure({"marrowleaf", "--notes-dir"});
+TEST_F(ConfigTest, anEmptyNotesDirOptionWithoutUserDefaultUsesHomeNotesStickies) {
+    configure("");
     EXPECT_EQ(Config::notesDir(), fs::path("/home/someone/Notes/stickies"));
 }
 
 TEST_F(ConfigTest, theArgumentWinsOverTheUserDefault) {
     platform.defaults.setText("NotesDirectory", "/srv/notes");
-    configure({"marrowleaf", "--notes-dir", "/tmp/argument"});
+    configure("/tmp/argument");
     EXPECT_EQ(Config::notesDir(), fs::path("/tmp/argument"));
 }
 
 TEST_F(ConfigTest, theUserDefaultExpandsATilde) {
     platform.defaults.setText("NotesDirectory", "~/Documents/stickies");
-    configure({"marrowleaf"});
+    configure(std::nullopt);
     EXPECT_EQ(Config::notesDir(), fs::path("/home/someone/Documents/stickies"));
 }
 
-TEST_F(ConfigTest, anEqualsSignFormOfTheOptionDoesNotMatch) {
-    configure({"marrowleaf", "--notes-dir=/tmp/x"});
-    EXPECT_EQ(Config::notesDir(), fs::path("/home/someone/Notes/stickies"));
-}
-
 TEST_F(ConfigTest, aRelativeNotesDirIsKeptAsGiven) {
-    configure({"marrowleaf", "--notes-dir", "relative/notes"});
+    configure("relative/notes");
     EXPECT_EQ(Config::notesDir(), fs::path("relative/notes"));
 }
 
 TEST_F(ConfigTest, notesDirIsFixedOnFirstUse) {
-    configure({"marrowleaf"});
+    configure(std::nullopt);
     const auto first = Config::notesDir();
     platform.defaults.setText("NotesDirectory", "/elsewhere");
     EXPECT_EQ(Config::notesDir(), first);
@@ -77,13 +74,13 @@ TEST_F(ConfigTest, notesDirIsFixedOnFirstUse) {
 
 TEST_F(ConfigTest, altClickStoredAsTheTextNOReadsAsTrue) {
     platform.defaults.setText("AltClickNewSticky", "NO");
-    configure({"marrowleaf"});
+    configure(std::nullopt);
     EXPECT_TRUE(Config::altClickEnabled());
 }
 
 TEST_F(ConfigTest, altClickStoredAsFalseReadsAsFalse) {
     platform.defaults.setFlag("AltClickNewSticky", false);
-    configure({"marrowleaf"});
+    configure(std::nullopt);
     EXPECT_FALSE(Config::altClickEnabled());
 }
 
@@ -96,7 +93,7 @@ TEST_F(ConfigTest, aBuildWithoutVersionReportsDev) {
 }
 
 TEST_F(ConfigTest, aBuildWithVersionReportsIt) {
-    configure({"marrowleaf"});
+    configure(std::nullopt);
     EXPECT_EQ(Config::version(), "1.2");
 }
 
@@ -105,7 +102,7 @@ TEST_F(ConfigTest, stickyPageThreeFoldersAboveTheExecutableIsFound) {
     support::writeFile(root / "Resources/sticky.html", "<html></html>");
     const fs::path program = root.path / "a/b/c/marrowleaf";
     support::writeFile(program, "");
-    configure({program.string()});
+    configure(std::nullopt, {}, program.string());
     EXPECT_EQ(Config::stickyHTML(), root.path / "Resources/sticky.html");
 }
 
@@ -114,7 +111,7 @@ TEST_F(ConfigTest, stickyPageSevenFoldersAboveTheExecutableIsNotFound) {
     support::writeFile(root / "Resources/sticky.html", "<html></html>");
     const fs::path program = root.path / "a/b/c/d/e/f/g/marrowleaf";
     support::writeFile(program, "");
-    configure({program.string()});
+    configure(std::nullopt, {}, program.string());
     EXPECT_EQ(Config::stickyHTML(), std::nullopt);
 }
 
@@ -124,7 +121,7 @@ TEST_F(ConfigTest, stickyPageIsFoundThroughASymbolicLinkToTheExecutable) {
     support::writeFile(root / "app/bin/marrowleaf", "");
     fs::create_directories(root / "elsewhere");
     fs::create_symlink(root / "app/bin/marrowleaf", root / "elsewhere/marrowleaf");
-    configure({(root / "elsewhere/marrowleaf").string()});
+    configure(std::nullopt, {}, (root / "elsewhere/marrowleaf").string());
     EXPECT_EQ(Config::stickyHTML(), root.path / "app/Resources/sticky.html");
 }
 
@@ -141,13 +138,13 @@ TEST_F(ConfigTest, theInstalledDataFolderComesFirst) {
 }
 
 TEST_F(ConfigTest, logAndConfigFollowTheXdgFolders) {
-    configure({"marrowleaf"}, {{"XDG_STATE_HOME", "/var/state"}, {"XDG_CONFIG_HOME", "/etc/me"}});
+    configure(std::nullopt, {{"XDG_STATE_HOME", "/var/state"}, {"XDG_CONFIG_HOME", "/etc/me"}});
     EXPECT_EQ(Config::logFile(), fs::path("/var/state/marrowleaf/Marrowleaf.log"));
     EXPECT_EQ(Config::configDir(), fs::path("/etc/me/marrowleaf"));
 }
 
 TEST_F(ConfigTest, logAndConfigDefaultUnderHomeWhenXdgIsUnsetOrRelative) {
-    configure({"marrowleaf"}, {{"XDG_STATE_HOME", "relative"}});
+    configure(std::nullopt, {{"XDG_STATE_HOME", "relative"}});
     EXPECT_EQ(Config::logFile(), fs::path("/home/someone/.local/state/marrowleaf/Marrowleaf.log"));
     EXPECT_EQ(Config::configDir(), fs::path("/home/someone/.config/marrowleaf"));
 }

@@ -28,7 +28,8 @@ protected:
     void SetUp() override {
         platform.clock.set(morning);
         ConfigSources sources;
-        sources.arguments = {"marrowleaf", "--notes-dir", notes.string()};
+        sources.arguments = {"marrowleaf"};
+        sources.notesDirOption = notes.string();
         sources.home = root.path;
         Config::configure(sources);
         Store::ensureDirs();
@@ -280,7 +281,8 @@ TEST_F(StoreTest, aWriteThatRunsOutOfSpaceLeavesTheNoteWholeOnARealDisk) {
     TinyDisk disk(tiny);
     if (!disk.mounted) GTEST_SKIP() << "this machine does not let tests mount a tmpfs";
     ConfigSources sources;
-    sources.arguments = {"marrowleaf", "--notes-dir", tiny.string()};
+    sources.arguments = {"marrowleaf"};
+    sources.notesDirOption = tiny.string();
     Config::configure(sources);
 
     const std::string original(20 * 1024, 'o');
