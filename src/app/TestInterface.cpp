@@ -78,41 +78,39 @@ bool TestInterface::wanted() {
     return value && std::string(value) == "1";
 }
 
-TestInterface::TestInterface(GDBusConnection* bus) : bus(bus) {
+TestInterface::TestInterface(GDBusConnection* connection)
+    : bus(connection ? G_DBUS_CONNECTION(g_object_ref(connection)) : nullptr) {
     if (!bus) return;
-    g_object_ref(bus);
-    GError* error = nullptr;
-    GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(introspection, &error);
-    static const GDBusInterfaceVTable vtable{&TestInterface::onMethodCall, nullptr, nullptr, {}};
-    if (node) {
-        registration = g_dbus_connection_register_object(bus, objectPath, node->interfaces[0], &vtable, this,
+    GErrorOut error;
+    std::unique_ptr<GDBusNodeInfo, decltype(&g_dbus_node_info_unref)> node(
+        g_dbus_node_info_new_for_xml(introspection, &error), g_dbus_node_info_unref);
+    static const GDBusInterfaceVTable vtable{
+        +[](GDBusConnection*, const char*, const char*, const char*, const char* method, GVariant* parameters,
+            GDBusMethodInvocation* invocation, gpointer self) {
+            static_cast<TestInterface*>(self)->methodCall(method, parameters, invocation);
+        },
+        nullptr, nullptr, {}};
+    if (node)
+        registration = g_dbus_connection_register_object(bus.get(), objectPath, node->interfaces[0], &vtable, this,
                                                          nullptr, &error);
-        g_dbus_node_info_unref(node);
-    }
-    if (!registration) {
-        Log::error(std::string("can't export the test interface: ") + (error ? error->message : "unknown error"));
-        g_clear_error(&error);
-    }
+    if (!registration)
+        Log::error(std::string("can't export the test interface: ") + (error ? error.message() : "unknown error"));
 }
 
 TestInterface::~TestInterface() {
-    if (!bus) return;
-    if (registration) g_dbus_connection_unregister_object(bus, registration);
-    g_object_unref(bus);
+    if (bus && registration) g_dbus_connection_unregister_object(bus.get(), registration);
 }
 
-void TestInterface::onMethodCall(GDBusConnection*, const char*, const char*, const char*, const char* method,
-                                 GVariant* parameters, GDBusMethodInvocation* invocation, void* data) {
-    auto* self = static_cast<TestInterface*>(data);
+void TestInterface::methodCall(const char* method, GVariant* parameters, GDBusMethodInvocation* invocation) {
     if (g_strcmp0(method, "Snapshot") == 0) {
-        self->snapshot(invocation);
+        snapshot(invocation);
     } else if (g_strcmp0(method, "RunScript") == 0) {
         const char* id = nullptr;
         const char* script = nullptr;
         g_variant_get(parameters, "(&s&s)", &id, &script);
-        self->runScript(id, script, invocation);
+        runScript(id, script, invocation);
     } else if (g_strcmp0(method, "LoadedPages") == 0) {
-        self->loadedPages(invocation);
+        loadedPages(invocation);
     } else if (g_strcmp0(method, "UndoDelete") == 0) {
         // What the status menu's undo will do; until it exists, tests ask for it here.
         Stickies::shared().undoDelete();
@@ -127,7 +125,8 @@ void TestInterface::snapshot(GDBusMethodInvocation* invocation) {
     pending->snapshot = {{"notes", nlohmann::json::array()},
                          {"state", ModelJSON::encode(registry.appState())},
                          {"activeDesktops", nlohmann::json::array()}};
-    for (SpaceId space : Spaces::active()) pending->snapshot["activeDesktops"].push_back(Locations::desktopNumber(space).value_or(0));
+    for (SpaceId space : Spaces::active())
+        pending->snapshot["activeDesktops"].push_back(Locations::desktopNumber(space).value_or(0));
     pending->waiting = 1;   // held until every page was asked
     for (const auto& [id, controller] : registry.controllers()) {
         const std::size_t index = pending->snapshot["notes"].size();
@@ -163,13 +162,12 @@ void TestInterface::loadedPages(GDBusMethodInvocation* invocation) {
 }
 
 void TestInterface::runScript(const char* id, const char* script, GDBusMethodInvocation* invocation) {
-    Stickies& registry = Stickies::shared();
-    auto controller = registry.controllers().find(id);
-    if (controller == registry.controllers().end()) {
+    StickyController* controller = Stickies::shared().controller(id);
+    if (!controller) {
         g_dbus_method_invocation_return_error(invocation, G_DBUS_ERROR, G_DBUS_ERROR_INVALID_ARGS, "no note %s", id);
         return;
     }
-    controller->second->window().evaluate(script, [invocation](std::optional<std::string> result) {
+    controller->window().evaluate(script, [invocation](std::optional<std::string> result) {
         g_dbus_method_invocation_return_value(invocation, g_variant_new("(s)", result.value_or("null").c_str()));
     });
 }

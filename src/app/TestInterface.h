@@ -1,8 +1,7 @@
 #pragma once
+#include "platform/linux/GObjectPtr.h"
 
-typedef struct _GDBusConnection GDBusConnection;
-typedef struct _GDBusMethodInvocation GDBusMethodInvocation;
-typedef struct _GVariant GVariant;
+#include <gio/gio.h>
 
 namespace marrowleaf {
 
@@ -23,12 +22,10 @@ public:
     TestInterface& operator=(const TestInterface&) = delete;
 
 private:
-    GDBusConnection* bus;
+    GObjectPtr<GDBusConnection> bus;
     unsigned registration = 0;
 
-    static void onMethodCall(GDBusConnection*, const char* sender, const char* path, const char* interface,
-                             const char* method, GVariant* parameters, GDBusMethodInvocation* invocation,
-                             void* self);
+    void methodCall(const char* method, GVariant* parameters, GDBusMethodInvocation* invocation);
     void snapshot(GDBusMethodInvocation* invocation);
     void loadedPages(GDBusMethodInvocation* invocation);
     void runScript(const char* id, const char* script, GDBusMethodInvocation* invocation);

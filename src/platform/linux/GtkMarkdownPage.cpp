@@ -19,26 +19,32 @@ GVariant* textArgument(const std::string& text) {
     if (g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr)) {
         g_variant_builder_add(&arguments, "{sv}", "text", g_variant_new_string(text.c_str()));
     } else {
-        char* valid = g_utf8_make_valid(text.data(), static_cast<gssize>(text.size()));
-        g_variant_builder_add(&arguments, "{sv}", "text", g_variant_new_string(valid));
-        g_free(valid);
+        GCharPtr valid(g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())));
+        g_variant_builder_add(&arguments, "{sv}", "text", g_variant_new_string(valid.get()));
     }
     return g_variant_builder_end(&arguments);
 }
 
 }
 
-GtkMarkdownPage::GtkMarkdownPage(WebKitWebView* view) : view(view) {
-    g_object_ref(view);
-    g_signal_connect(view, "load-changed", G_CALLBACK(onLoadChanged), this);
-    g_signal_connect(view, "load-failed", G_CALLBACK(onLoadFailed), this);
+GtkMarkdownPage::GtkMarkdownPage(WebKitWebView* shared) : view(WEBKIT_WEB_VIEW(g_object_ref(shared))) {
+    g_signal_connect(view.get(), "load-changed",
+                     G_CALLBACK(+[](WebKitWebView*, WebKitLoadEvent event, GtkMarkdownPage* self) {
+                         if (event == WEBKIT_LOAD_FINISHED) self->loadFinished();
+                     }),
+                     this);
+    g_signal_connect(view.get(), "load-failed",
+                     G_CALLBACK(+[](WebKitWebView*, WebKitLoadEvent, const char*, GError* error, GtkMarkdownPage* self) {
+                         self->loadFailed(error ? error->message : "unknown error");
+                         return FALSE;
+                     }),
+                     this);
 }
 
 GtkMarkdownPage::~GtkMarkdownPage() {
-    g_signal_handlers_disconnect_by_data(view, this);
+    g_signal_handlers_disconnect_by_data(view.get(), this);
     status = Status::failed;
     answerWaiting();
-    g_object_unref(view);
 }
 
 void GtkMarkdownPage::load(std::string html) {
@@ -49,7 +55,7 @@ void GtkMarkdownPage::load(std::string html) {
 void GtkMarkdownPage::reload() {
     if (page.empty()) return;
     status = Status::loading;
-    webkit_web_view_load_html(view, page.c_str(), nullptr);
+    webkit_web_view_load_html(view.get(), page.c_str(), nullptr);
 }
 
 void GtkMarkdownPage::render(const std::string& text, Done done) {
@@ -64,21 +70,18 @@ void GtkMarkdownPage::render(const std::string& text, Done done) {
 void GtkMarkdownPage::ask(const std::string& text, Done done) {
     // The text goes in as an argument, never as script source.
     webkit_web_view_call_async_javascript_function(
-        view, renderCall, -1, textArgument(text), nullptr, nullptr, nullptr,
+        view.get(), renderCall, -1, textArgument(text), nullptr, nullptr, nullptr,
         +[](GObject* source, GAsyncResult* result, gpointer data) {
             std::unique_ptr<Done> done(static_cast<Done*>(data));
-            GError* error = nullptr;
-            JSCValue* value = webkit_web_view_call_async_javascript_function_finish(WEBKIT_WEB_VIEW(source), result, &error);
+            GErrorOut error;
+            GObjectPtr<JSCValue> value(
+                webkit_web_view_call_async_javascript_function_finish(WEBKIT_WEB_VIEW(source), result, &error));
             std::optional<std::string> html;
-            if (value && jsc_value_is_string(value)) {
-                char* text = jsc_value_to_string(value);
-                html = text;
-                g_free(text);
+            if (value && jsc_value_is_string(value.get())) {
+                html = GCharPtr(jsc_value_to_string(value.get())).get();
             } else if (error) {
-                Log::error(std::string("can't render a note's Markdown: ") + error->message);
+                Log::error(std::string("can't render a note's Markdown: ") + error.message());
             }
-            if (value) g_object_unref(value);
-            g_clear_error(&error);
             (*done)(html);
         },
         new Done(std::move(done)));
@@ -90,19 +93,16 @@ void GtkMarkdownPage::answerWaiting() {
     for (auto& [text, done] : requests) render(text, std::move(done));
 }
 
-void GtkMarkdownPage::onLoadChanged(WebKitWebView*, int event, GtkMarkdownPage* self) {
-    if (event != WEBKIT_LOAD_FINISHED || self->status != Status::loading) return;
-    self->status = Status::ready;
-    self->answerWaiting();
+void GtkMarkdownPage::loadFinished() {
+    if (status != Status::loading) return;
+    status = Status::ready;
+    answerWaiting();
 }
 
-int GtkMarkdownPage::onLoadFailed(WebKitWebView*, int, const char*, void* failure, GtkMarkdownPage* self) {
-    auto* error = static_cast<GError*>(failure);
-    Log::error(std::string("can't load the Markdown page: ") + (error ? error->message : "unknown error") +
-               "; notes show their text as it is");
-    self->status = Status::failed;
-    self->answerWaiting();
-    return FALSE;
+void GtkMarkdownPage::loadFailed(const std::string& reason) {
+    Log::error("can't load the Markdown page: " + reason + "; notes show their text as it is");
+    status = Status::failed;
+    answerWaiting();
 }
 
 }

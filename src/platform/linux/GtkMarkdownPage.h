@@ -1,4 +1,5 @@
 #pragma once
+#include "platform/linux/GObjectPtr.h"
 
 #include <deque>
 #include <functional>
@@ -31,15 +32,15 @@ public:
     void render(const std::string& text, Done done);
 
 private:
-    WebKitWebView* view;
+    GObjectPtr<WebKitWebView> view;
     std::string page;
     enum class Status { none, loading, ready, failed } status = Status::none;
     std::deque<std::pair<std::string, Done>> waiting;
 
     void ask(const std::string& text, Done done);
     void answerWaiting();
-    static void onLoadChanged(WebKitWebView*, int event, GtkMarkdownPage* self);
-    static int onLoadFailed(WebKitWebView*, int event, const char* uri, void* error, GtkMarkdownPage* self);
+    void loadFinished();
+    void loadFailed(const std::string& reason);
 };
 
 }

@@ -57,14 +57,25 @@ cairo_region_t* noteBodyRegion(int width, int height) {
     return region;
 }
 
-const char* terminationReason(int reason) {
-    switch (reason) {
-    case WEBKIT_WEB_PROCESS_CRASHED: return "crashed";
-    case WEBKIT_WEB_PROCESS_EXCEEDED_MEMORY_LIMIT: return "went over its memory limit";
-    case WEBKIT_WEB_PROCESS_TERMINATED_BY_API: return "was stopped";
-    default: return "ended";
+// Only the note's own page loads; links, forms, reloads and scripts that set
+// the location never navigate the note.
+gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* policy, WebKitPolicyDecisionType type, gpointer) {
+    if (type == WEBKIT_POLICY_DECISION_TYPE_RESPONSE) return FALSE;   // the page itself: the default
+    if (type == WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION) {
+        WebKitNavigationAction* action =
+            webkit_navigation_policy_decision_get_navigation_action(WEBKIT_NAVIGATION_POLICY_DECISION(policy));
+        WebKitURIRequest* request = webkit_navigation_action_get_request(action);
+        const char* uri = request ? webkit_uri_request_get_uri(request) : nullptr;
+        if (webkit_navigation_action_get_navigation_type(action) == WEBKIT_NAVIGATION_TYPE_OTHER && uri &&
+            g_strcmp0(uri, pageURI) == 0) {
+            webkit_policy_decision_use(policy);
+            return TRUE;
+        }
     }
+    webkit_policy_decision_ignore(policy);
+    return TRUE;
 }
+
 
 // Context-menu entries that edit or copy text; everything else (reload, back,
 // open link, inspect…) would navigate the note or make no sense in it.
@@ -136,11 +147,10 @@ GtkNoteWindow::~GtkNoteWindow() {
     factory.live.erase(this);
     if (compositedChangedId) g_signal_handler_disconnect(gtk_widget_get_screen(window), compositedChangedId);
     g_signal_handlers_disconnect_by_data(view, this);
-    g_signal_handlers_disconnect_by_data(contentManager, this);
-    webkit_user_content_manager_unregister_script_message_handler(contentManager, messageHandlerName);
-    webkit_user_content_manager_unregister_script_message_handler(contentManager, markdownHandlerName);
+    g_signal_handlers_disconnect_by_data(contentManager.get(), this);
+    webkit_user_content_manager_unregister_script_message_handler(contentManager.get(), messageHandlerName);
+    webkit_user_content_manager_unregister_script_message_handler(contentManager.get(), markdownHandlerName);
     gtk_widget_destroy(window);
-    g_object_unref(contentManager);
 }
 
 void GtkNoteWindow::makeWindow(Rect frame) {
@@ -194,24 +204,16 @@ void GtkNoteWindow::makeWindow(Rect frame) {
 }
 
 void GtkNoteWindow::makeView() {
-    contentManager = webkit_user_content_manager_new();
-    g_signal_connect(contentManager, std::string("script-message-received::").append(messageHandlerName).c_str(),
-                     G_CALLBACK(onScriptMessage), this);
-    webkit_user_content_manager_register_script_message_handler(contentManager, messageHandlerName);
-    g_signal_connect(contentManager,
-                     std::string("script-message-with-reply-received::").append(markdownHandlerName).c_str(),
-                     G_CALLBACK(onMarkdownRequest), this);
-    webkit_user_content_manager_register_script_message_handler_with_reply(contentManager, markdownHandlerName,
+    contentManager.reset(webkit_user_content_manager_new());
+    webkit_user_content_manager_register_script_message_handler(contentManager.get(), messageHandlerName);
+    webkit_user_content_manager_register_script_message_handler_with_reply(contentManager.get(), markdownHandlerName,
                                                                            nullptr);
-
-    view = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", factory.sharedView,
-                                        "user-content-manager", contentManager, "settings", factory.settings,
-                                        nullptr));
+    view = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", factory.sharedView.get(),
+                                        "user-content-manager", contentManager.get(), "settings",
+                                        factory.settings.get(), nullptr));
     const GdkRGBA transparent{0, 0, 0, 0};
     webkit_web_view_set_background_color(view, &transparent);
-    g_signal_connect(view, "decide-policy", G_CALLBACK(onDecidePolicy), this);
-    g_signal_connect(view, "load-changed", G_CALLBACK(onLoadChanged), this);
-    g_signal_connect(view, "web-process-terminated", G_CALLBACK(onWebProcessTerminated), this);
+    connectPageSignals();
     g_signal_connect(view, "context-menu", G_CALLBACK(keepOnlyEditingEntries), nullptr);
     // A page can't open windows of its own.
     g_signal_connect(view, "create", G_CALLBACK(+[](WebKitWebView*, WebKitNavigationAction*, gpointer) {
@@ -316,17 +318,12 @@ void GtkNoteWindow::evaluate(const std::string& script, std::function<void(std::
         view, script.c_str(), static_cast<gssize>(script.size()), nullptr, nullptr, nullptr,
         +[](GObject* source, GAsyncResult* result, gpointer data) {
             std::unique_ptr<Done> done(static_cast<Done*>(data));
-            GError* error = nullptr;
-            JSCValue* value = webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, &error);
+            GErrorOut error;
+            GObjectPtr<JSCValue> value(webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, &error));
             std::optional<std::string> json;
             if (value) {
-                if (char* text = jsc_value_to_json(value, 0)) {
-                    json = text;
-                    g_free(text);
-                }
-                g_object_unref(value);
+                if (GCharPtr text{jsc_value_to_json(value.get(), 0)}) json = text.get();
             }
-            g_clear_error(&error);
             (*done)(json);
         },
         new Done(std::move(done)));
@@ -370,130 +367,59 @@ void GtkNoteWindow::pageLost() {
     }
 }
 
-void GtkNoteWindow::onScriptMessage(WebKitUserContentManager*, void* result, GtkNoteWindow* self) {
-    JSCValue* value = webkit_javascript_result_get_js_value(static_cast<WebKitJavascriptResult*>(result));
-    char* text = value ? jsc_value_to_json(value, 0) : nullptr;
-    self->messageArrived(text);
-    g_free(text);
+void GtkNoteWindow::connectPageSignals() {
+    g_signal_connect(contentManager.get(), std::string("script-message-received::").append(messageHandlerName).c_str(),
+                     G_CALLBACK(+[](WebKitUserContentManager*, WebKitJavascriptResult* result, GtkNoteWindow* self) {
+                         self->scriptMessage(result);
+                     }),
+                     this);
+    g_signal_connect(contentManager.get(),
+                     std::string("script-message-with-reply-received::").append(markdownHandlerName).c_str(),
+                     G_CALLBACK(+[](WebKitUserContentManager*, JSCValue* value, WebKitScriptMessageReply* reply,
+                                    GtkNoteWindow* self) {
+                         self->markdownRequest(value, reply);
+                         return TRUE;
+                     }),
+                     this);
+    g_signal_connect(view, "decide-policy", G_CALLBACK(onDecidePolicy), nullptr);
+    g_signal_connect(view, "load-changed", G_CALLBACK(+[](WebKitWebView*, WebKitLoadEvent event, GtkNoteWindow* self) {
+                         if (event == WEBKIT_LOAD_FINISHED) self->loaded = true;
+                     }),
+                     this);
+    g_signal_connect(view, "web-process-terminated",
+                     G_CALLBACK(+[](WebKitWebView*, WebKitWebProcessTerminationReason reason, GtkNoteWindow* self) {
+                         self->loaded = false;
+                         self->factory.webProcessEnded(reason);
+                     }),
+                     this);
+}
+
+void GtkNoteWindow::scriptMessage(WebKitJavascriptResult* result) {
+    JSCValue* value = webkit_javascript_result_get_js_value(result);
+    GCharPtr text(value ? jsc_value_to_json(value, 0) : nullptr);
+    messageArrived(text.get());
 }
 
 // The page asks for its text as HTML; the answer comes from the one Markdown
 // page, later, so the reply is kept until then.
-int GtkNoteWindow::onMarkdownRequest(WebKitUserContentManager*, void* message, void* replyData, GtkNoteWindow* self) {
-    auto* value = static_cast<JSCValue*>(message);
-    auto* reply = static_cast<WebKitScriptMessageReply*>(replyData);
+void GtkNoteWindow::markdownRequest(JSCValue* value, WebKitScriptMessageReply* reply) {
     if (!jsc_value_is_string(value)) {
         webkit_script_message_reply_return_error_message(reply, "the text to render is not a string");
-        return TRUE;
+        return;
     }
-    char* text = jsc_value_to_string(value);
-    JSCContext* context = jsc_value_get_context(value);
-    g_object_ref(context);
-    webkit_script_message_reply_ref(reply);
-    self->factory.markdown->render(text, [context, reply](std::optional<std::string> html) {
+    GCharPtr text(jsc_value_to_string(value));
+    GObjectPtr<JSCContext> context(JSC_CONTEXT(g_object_ref(jsc_value_get_context(value))));
+    std::shared_ptr<WebKitScriptMessageReply> kept(webkit_script_message_reply_ref(reply),
+                                                   webkit_script_message_reply_unref);
+    factory.markdown->render(text.get(), [context = std::shared_ptr<JSCContext>(std::move(context)), kept](
+                                             std::optional<std::string> html) {
         if (html) {
-            JSCValue* answer = jsc_value_new_string(context, html->c_str());
-            webkit_script_message_reply_return_value(reply, answer);
-            g_object_unref(answer);
+            GObjectPtr<JSCValue> answer(jsc_value_new_string(context.get(), html->c_str()));
+            webkit_script_message_reply_return_value(kept.get(), answer.get());
         } else {
-            webkit_script_message_reply_return_error_message(reply, "no HTML for this text");
+            webkit_script_message_reply_return_error_message(kept.get(), "no HTML for this text");
         }
-        webkit_script_message_reply_unref(reply);
-        g_object_unref(context);
     });
-    g_free(text);
-    return TRUE;
-}
-
-int GtkNoteWindow::onDecidePolicy(WebKitWebView*, void* decision, int type, GtkNoteWindow*) {
-    auto* policy = static_cast<WebKitPolicyDecision*>(decision);
-    if (type == WEBKIT_POLICY_DECISION_TYPE_RESPONSE) return FALSE;   // the page itself: the default
-    if (type == WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION) {
-        WebKitNavigationAction* action =
-            webkit_navigation_policy_decision_get_navigation_action(WEBKIT_NAVIGATION_POLICY_DECISION(policy));
-        WebKitURIRequest* request = webkit_navigation_action_get_request(action);
-        const char* uri = request ? webkit_uri_request_get_uri(request) : nullptr;
-        // Only the note's own page loads; links, forms, reloads and scripts
-        // that set the location never navigate the note.
-        if (webkit_navigation_action_get_navigation_type(action) == WEBKIT_NAVIGATION_TYPE_OTHER && uri &&
-            g_strcmp0(uri, pageURI) == 0) {
-            webkit_policy_decision_use(policy);
-            return TRUE;
-        }
-    }
-    webkit_policy_decision_ignore(policy);
-    return TRUE;
-}
-
-void GtkNoteWindow::onLoadChanged(WebKitWebView*, int event, GtkNoteWindow* self) {
-    if (event == WEBKIT_LOAD_FINISHED) self->loaded = true;
-}
-
-void GtkNoteWindow::onWebProcessTerminated(WebKitWebView*, int reason, GtkNoteWindow* self) {
-    self->loaded = false;
-    self->factory.webProcessEnded(reason);
-}
-
-// ---------------------------------------------------------------- the factory
-
-GtkNoteWindowFactory::GtkNoteWindowFactory() {
-    // Note pages run little script, and without the script compiler each
-    // page's heap is about a quarter smaller (bench/notes-memory: 3.5 instead
-    // of 4.7 MB per note). The web process reads this when it starts, so it is
-    // set before the first one does; a value the user set wins.
-    g_setenv("JSC_useJIT", "0", FALSE);
-    // Pages are painted without the GPU anyway; the buffer-sharing renderer
-    // only adds its own set-up, about 17 MB over the app and its web process.
-    g_setenv("WEBKIT_DISABLE_DMABUF_RENDERER", "1", FALSE);
-    // Nothing of a note is kept on disk by the engine: no caches, no storage.
-    context = webkit_web_context_new_ephemeral();
-    webkit_web_context_set_cache_model(context, WEBKIT_CACHE_MODEL_DOCUMENT_VIEWER);
-
-    settings = webkit_settings_new();
-    webkit_settings_set_hardware_acceleration_policy(settings, WEBKIT_HARDWARE_ACCELERATION_POLICY_NEVER);
-    webkit_settings_set_enable_developer_extras(settings, FALSE);
-    webkit_settings_set_javascript_can_open_windows_automatically(settings, FALSE);
-    webkit_settings_set_enable_back_forward_navigation_gestures(settings, FALSE);
-    webkit_settings_set_enable_html5_database(settings, FALSE);
-    webkit_settings_set_enable_html5_local_storage(settings, FALSE);
-    webkit_settings_set_enable_page_cache(settings, FALSE);
-
-    sharedView = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", context, "settings", settings, nullptr));
-    g_object_ref_sink(sharedView);
-    markdown = std::make_unique<GtkMarkdownPage>(sharedView);
-}
-
-GtkNoteWindowFactory::~GtkNoteWindowFactory() {
-    if (reloadSource) g_source_remove(reloadSource);
-    markdown.reset();
-    g_object_unref(sharedView);
-    g_object_unref(settings);
-    g_object_unref(context);
-}
-
-std::unique_ptr<NoteWindow> GtkNoteWindowFactory::create(Rect frame, WindowLevel level) {
-    return std::make_unique<GtkNoteWindow>(*this, frame, level);
-}
-
-void GtkNoteWindowFactory::webProcessEnded(int reason) {
-    // Every note's view reports the one process; act once.
-    if (reloadSource) return;
-    Log::error(std::string("the note pages' web process ") + terminationReason(reason) + "; reloading " +
-               std::to_string(live.size()) + " note page" + (live.size() == 1 ? "" : "s"));
-    reloadSource = g_timeout_add(reloadDelayMs, [](gpointer self) {
-        static_cast<GtkNoteWindowFactory*>(self)->reloadSource = 0;
-        static_cast<GtkNoteWindowFactory*>(self)->reloadAll();
-        return gboolean(G_SOURCE_REMOVE);
-    }, this);
-}
-
-void GtkNoteWindowFactory::reloadAll() {
-    markdown->reload();
-    // A handler may close and release other windows: walk a copy, checking each is still alive.
-    const std::set<GtkNoteWindow*> windows = live;
-    for (GtkNoteWindow* window : windows) {
-        if (live.count(window)) window->pageLost();
-    }
 }
 
 }

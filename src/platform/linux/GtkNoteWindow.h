@@ -1,5 +1,6 @@
 #pragma once
 #include "platform/NoteWindow.h"
+#include "platform/linux/GObjectPtr.h"
 #include "platform/linux/GtkMarkdownPage.h"
 
 #include <deque>
@@ -12,6 +13,9 @@ typedef struct _WebKitWebView WebKitWebView;
 typedef struct _WebKitWebContext WebKitWebContext;
 typedef struct _WebKitSettings WebKitSettings;
 typedef struct _WebKitUserContentManager WebKitUserContentManager;
+typedef struct _WebKitJavascriptResult WebKitJavascriptResult;
+typedef struct _WebKitScriptMessageReply WebKitScriptMessageReply;
+typedef struct _JSCValue JSCValue;
 
 namespace marrowleaf {
 
@@ -55,7 +59,7 @@ private:
     GtkNoteWindowFactory& factory;
     GtkWidget* window = nullptr;
     WebKitWebView* view = nullptr;
-    WebKitUserContentManager* contentManager = nullptr;
+    GObjectPtr<WebKitUserContentManager> contentManager;
     WindowLevel currentLevel;
     // The frame as last asked for or last reported by the window manager.
     Rect current;
@@ -82,11 +86,9 @@ private:
     void messageArrived(const char* jsonText);
     void pageLost();
 
-    static void onScriptMessage(WebKitUserContentManager*, void* result, GtkNoteWindow* self);
-    static int onMarkdownRequest(WebKitUserContentManager*, void* value, void* reply, GtkNoteWindow* self);
-    static int onDecidePolicy(WebKitWebView*, void* decision, int type, GtkNoteWindow* self);
-    static void onLoadChanged(WebKitWebView*, int event, GtkNoteWindow* self);
-    static void onWebProcessTerminated(WebKitWebView*, int reason, GtkNoteWindow* self);
+    void connectPageSignals();
+    void scriptMessage(WebKitJavascriptResult* result);
+    void markdownRequest(JSCValue* value, WebKitScriptMessageReply* reply);
 };
 
 // Makes note windows whose pages all share one web process: every view is
@@ -113,9 +115,9 @@ public:
 private:
     friend class GtkNoteWindow;
 
-    WebKitWebContext* context = nullptr;
-    WebKitSettings* settings = nullptr;
-    WebKitWebView* sharedView = nullptr;
+    GObjectPtr<WebKitWebContext> context;
+    GObjectPtr<WebKitSettings> settings;
+    GObjectPtr<WebKitWebView> sharedView;
     std::unique_ptr<GtkMarkdownPage> markdown;
     GtkApplication* application = nullptr;
     std::set<GtkNoteWindow*> live;
