@@ -10,7 +10,7 @@
 // pages have settled. Judges nothing.
 //
 //   bench_notes_memory PAGE N
-#include "ProcessMemory.h"
+#include "integration/Processes.h"
 #include "SampleNote.h"
 #include "platform/Platform.h"
 #include "platform/linux/GtkNoteWindow.h"
@@ -34,6 +34,7 @@
 using namespace marrowleaf;
 
 using namespace marrowleaf::bench;
+using namespace marrowleaf::testing;
 
 namespace {
 
@@ -46,7 +47,7 @@ constexpr auto loadTimeout = std::chrono::seconds(120);
 // Long enough for the pages' first paint, their timers and a collection to pass.
 constexpr auto settleTime = std::chrono::seconds(3);
 
-const char* const noteText = sampleNoteText;
+const char* const noteText = marrowleaf::bench::sampleNoteText;
 
 std::string readFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);

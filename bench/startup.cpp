@@ -14,7 +14,7 @@
 // standard error. Judges nothing.
 //
 //   bench_startup [N…]        (default: 10 50 200)
-#include "ProcessMemory.h"
+#include "integration/Processes.h"
 #include "SampleNote.h"
 #include "integration/AppClient.h"
 #include "integration/Harness.h"
@@ -47,7 +47,7 @@ constexpr double noteWidth = 260, noteHeight = 220;
 constexpr int columns = 4, rows = 3;
 constexpr double spacingX = 300, spacingY = 250, layerOffset = 10;
 
-const char* const noteText = sampleNoteText;
+const char* const noteText = marrowleaf::bench::sampleNoteText;
 
 std::string noteId(int index) {
     char id[40];

@@ -1,4 +1,5 @@
 #include "integration/Harness.h"
+#include "integration/Processes.h"
 
 #include <gtest/gtest.h>
 
@@ -6,18 +7,6 @@
 
 using namespace marrowleaf::testing;
 namespace fs = std::filesystem;
-
-namespace {
-
-bool processExists(pid_t pid) {
-    // A zombie still answers kill(0); /proc tells whether it is still running.
-    const std::string stat = readFile("/proc/" + std::to_string(pid) + "/stat");
-    if (stat.empty()) return false;
-    const auto afterName = stat.rfind(')');
-    return afterName != std::string::npos && afterName + 2 < stat.size() && stat[afterName + 2] != 'Z';
-}
-
-}
 
 TEST(XSession, runsAWindowManagerWithTheDesktopsAsked) {
     XSession::Options options;
@@ -57,9 +46,9 @@ TEST(XSession, leavesNothingRunningAndNoFolderBehind) {
         started = session.processes();
         folder = session.folder();
         ASSERT_EQ(started.size(), 3u);
-        for (pid_t pid : started) EXPECT_TRUE(processExists(pid)) << pid;
+        for (pid_t pid : started) EXPECT_TRUE(isRunning(pid)) << pid;
     }
-    for (pid_t pid : started) EXPECT_FALSE(processExists(pid)) << pid;
+    for (pid_t pid : started) EXPECT_FALSE(isRunning(pid)) << pid;
     EXPECT_FALSE(fs::exists(folder));
 }
 

@@ -1,5 +1,6 @@
 #include "LogCapture.h"
 #include "integration/Harness.h"
+#include "integration/Processes.h"
 #include "platform/Platform.h"
 #include "platform/linux/GtkNoteWindow.h"
 #include "window/StickyController.h"
@@ -134,30 +135,8 @@ void settle(std::chrono::milliseconds time) {
 // WebKit's web processes started by this test process.
 std::vector<pid_t> webProcesses() {
     std::vector<pid_t> found;
-    const pid_t self = getpid();
-    DIR* proc = opendir("/proc");
-    if (!proc) return found;
-    while (dirent* entry = readdir(proc)) {
-        const pid_t pid = static_cast<pid_t>(std::atoi(entry->d_name));
-        if (pid <= 0) continue;
-        std::string comm = readFile("/proc/" + std::to_string(pid) + "/comm");
-        if (comm.rfind("WebKitWebProces", 0) != 0) continue;
-        // Is it ours? Walk up the parents.
-        for (pid_t up = pid; up > 1;) {
-            std::ifstream stat("/proc/" + std::to_string(up) + "/stat");
-            std::string statText((std::istreambuf_iterator<char>(stat)), {});
-            const auto close = statText.rfind(')');
-            if (close == std::string::npos) break;
-            int parent = 0;
-            std::sscanf(statText.c_str() + close + 2, "%*c %d", &parent);
-            if (parent == self) {
-                found.push_back(pid);
-                break;
-            }
-            up = parent;
-        }
-    }
-    closedir(proc);
+    for (pid_t pid : processTree(getpid()))
+        if (processName(pid).rfind("WebKitWebProces", 0) == 0) found.push_back(pid);
     return found;
 }
 
