@@ -1,4 +1,4 @@
-# The pages: Resources/sticky.html (one note) and Resources/markdown.html (the
+# The pages: Resources/sticky/ (one note, a frame and its parts) and Resources/markdown.html (the
 # one page that renders Markdown for every note, with markdown-it and DOMPurify
 # inlined), each with its script pinned by hash in its Content-Security-Policy.
 # The libraries come from the npm registry at the versions package-lock.json
@@ -23,24 +23,54 @@ add_custom_command(
   COMMENT "Installing the note page's libraries (npm ci)"
   VERBATIM)
 
-# Builds Resources/<name>.html of the given kind (note or markdown) into the build folder.
-function(marrowleaf_build_page name kind out description)
+# The note page's frame and the parts it joins in, in the frame's folder.
+set(MARROWLEAF_NOTE_PAGE_PARTS
+  page.html
+  style.css
+  state.js
+  values.js
+  text-rules.js
+  times.js
+  rendering.js
+  saving.js
+  editing.js
+  clipboard.js
+  colour.js
+  snooze-menu.js
+  menus.js
+  events.js
+  app-calls.js
+  start.js)
+list(TRANSFORM MARROWLEAF_NOTE_PAGE_PARTS PREPEND ${CMAKE_SOURCE_DIR}/Resources/sticky/)
+
+# Builds a page of the given kind (note or markdown) from `template` into the
+# build folder; the remaining arguments are the files it is made of.
+function(marrowleaf_build_page template kind out description)
   add_custom_command(
     OUTPUT ${out}
     COMMAND ${NODE_EXECUTABLE} ${CMAKE_SOURCE_DIR}/scripts/build-page.mjs
-            --template ${CMAKE_SOURCE_DIR}/Resources/${name}.html --kind ${kind}
+            --template ${template} --kind ${kind}
             --modules ${MARROWLEAF_PAGE_NPM_DIR}/node_modules
             --out ${out}
-    DEPENDS ${CMAKE_SOURCE_DIR}/Resources/${name}.html ${CMAKE_SOURCE_DIR}/scripts/build-page.mjs
-            ${MARROWLEAF_PAGE_NPM_STAMP}
+    DEPENDS ${ARGN} ${CMAKE_SOURCE_DIR}/scripts/build-page.mjs ${MARROWLEAF_PAGE_NPM_STAMP}
     COMMENT "Building ${description}"
     VERBATIM)
 endfunction()
 
-marrowleaf_build_page(sticky note ${MARROWLEAF_PAGE} "the note page")
-marrowleaf_build_page(markdown markdown ${MARROWLEAF_MARKDOWN_PAGE} "the Markdown page")
+marrowleaf_build_page(${CMAKE_SOURCE_DIR}/Resources/sticky/page.html note ${MARROWLEAF_PAGE} "the note page"
+  ${MARROWLEAF_NOTE_PAGE_PARTS})
+marrowleaf_build_page(${CMAKE_SOURCE_DIR}/Resources/markdown.html markdown ${MARROWLEAF_MARKDOWN_PAGE}
+  "the Markdown page" ${CMAKE_SOURCE_DIR}/Resources/markdown.html)
 
 add_custom_target(marrowleaf_page ALL DEPENDS ${MARROWLEAF_PAGE} ${MARROWLEAF_MARKDOWN_PAGE})
 add_dependencies(marrowleaf marrowleaf_page)
 
 install(FILES ${MARROWLEAF_PAGE} ${MARROWLEAF_MARKDOWN_PAGE} DESTINATION ${CMAKE_INSTALL_DATADIR}/marrowleaf)
+
+# The page script's pure rules, tested with Node's own test runner.
+set(MARROWLEAF_PAGE_TESTS
+  tests/page/textRules.test.mjs
+  tests/page/times.test.mjs)
+list(TRANSFORM MARROWLEAF_PAGE_TESTS PREPEND ${CMAKE_SOURCE_DIR}/)
+add_test(NAME page_script COMMAND ${NODE_EXECUTABLE} --test ${MARROWLEAF_PAGE_TESTS})
+set_tests_properties(page_script PROPERTIES LABELS unit)

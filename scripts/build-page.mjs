@@ -1,7 +1,10 @@
 #!/usr/bin/env node
-// Builds a page the app loads, from Resources/sticky.html (a note, --kind note)
-// or Resources/markdown.html (the one page that renders Markdown for all
+// Builds a page the app loads, from Resources/sticky/page.html (a note, --kind
+// note) or Resources/markdown.html (the one page that renders Markdown for all
 // notes, --kind markdown):
+//   - each "/* @part <file> */" line is replaced by that file from the
+//     template's folder (the note page's style sheet and script pieces); every
+//     .css and .js file there must be used, once;
 //   - each "/* @inline <package file> */" line in the page's one executable
 //     script is replaced by that file from node_modules (markdown-it, DOMPurify);
 //   - the SHA-256 of the finished script is written into the page's
@@ -13,10 +16,10 @@
 // whose script the HTML parser would cut short or the app would rewrite.
 //
 // usage: node scripts/build-page.mjs --modules <node_modules> --out <page>
-//                                    [--template Resources/sticky.html] [--kind note|markdown]
+//                                    [--template Resources/sticky/page.html] [--kind note|markdown]
 
 import { createHash } from "node:crypto";
-import { mkdirSync, readFileSync, writeFileSync } from "node:fs";
+import { mkdirSync, readdirSync, readFileSync, writeFileSync } from "node:fs";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
 
@@ -24,6 +27,8 @@ const root = path.resolve(path.dirname(fileURLToPath(import.meta.url)), "..");
 const PLACEHOLDERS = ["BG", "FG", "BAR", "COLOR", "COLORS", "CONTENT", "EDIT"];
 const HASH_SLOT = "{{SCRIPT_HASH}}";
 const INLINE_LINE = /^[ \t]*\/\* @inline (\S+) \*\/[ \t]*$/gm;
+const PART_LINE = /^[ \t]*\/\* @part (\S+) \*\/[ \t]*$/gm;
+const PART_FILE = /\.(?:css|js)$/;
 const EXECUTABLE_SCRIPT = /<script>([\s\S]*?)<\/script>/g;
 
 function fail(message) {
@@ -32,7 +37,7 @@ function fail(message) {
 }
 
 function options(argv) {
-  const result = { template: path.join(root, "Resources", "sticky.html"), kind: "note" };
+  const result = { template: path.join(root, "Resources", "sticky", "page.html"), kind: "note" };
   for (let i = 0; i < argv.length; i += 2) {
     const [name, value] = [argv[i], argv[i + 1]];
     if (!["--template", "--modules", "--out", "--kind"].includes(name) || value === undefined) {
@@ -57,6 +62,27 @@ function readText(file) {
   } catch (error) {
     fail(`can't read ${file}: ${error.message}`);
   }
+}
+
+// The template with each part line replaced by that part. A part left out
+// would be a feature silently missing from the page, so that fails the build.
+function joinParts(template) {
+  const folder = path.dirname(template);
+  const used = new Set();
+  const page = readText(template).replace(PART_LINE, (line, file) => {
+    if (file.includes("/") || !PART_FILE.test(file)) fail(`${file} is not a .css or .js file beside the template`);
+    if (used.has(file)) fail(`${file} is joined in twice`);
+    used.add(file);
+    const text = readText(path.join(folder, file)).replace(/\n+$/, "");
+    if (PART_LINE.test(text)) fail(`${file} names a part itself`);
+    PART_LINE.lastIndex = 0;
+    return text;
+  });
+  if (used.size > 0) {
+    const unused = readdirSync(folder).filter((file) => PART_FILE.test(file) && !used.has(file));
+    if (unused.length > 0) fail(`${unused.join(", ")} beside the template ${unused.length > 1 ? "are" : "is"} never joined in`);
+  }
+  return page;
 }
 
 function libraryText(modules, file) {
@@ -105,7 +131,7 @@ function checkPage(page, kind) {
 }
 
 function build({ template, modules, out, kind }) {
-  const source = readText(template);
+  const source = joinParts(template);
   checkPage(source, kind);
 
   const scripts = [...source.matchAll(EXECUTABLE_SCRIPT)];
