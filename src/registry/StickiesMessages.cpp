@@ -4,6 +4,7 @@
 #include "platform/Platform.h"
 #include "platform/Workspace.h"
 #include "storage/Store.h"
+#include "window/PageNames.h"
 
 #include <cmath>
 #include <map>
@@ -30,12 +31,12 @@ std::optional<double> numberAt(const nlohmann::json& body, const char* key) {
 void Stickies::handle(StickyController& controller, const std::string& type, const nlohmann::json& body) {
     using Handler = void (Stickies::*)(StickyController&, const nlohmann::json&);
     static const std::map<std::string, Handler> handlers{
-        {"save", &Stickies::handleSave},     {"focus", &Stickies::handleFocus},
-        {"bar", &Stickies::handleBar},       {"clearSelection", &Stickies::handleClearSelection},
-        {"color", &Stickies::handleColor},   {"pin", &Stickies::handlePin},
-        {"snooze", &Stickies::handleSnooze}, {"close", &Stickies::handleClose},
-        {"link", &Stickies::handleLink},     {"copy", &Stickies::handleCopy},
-        {"paste", &Stickies::handlePaste},
+        {page::message::save, &Stickies::handleSave},     {page::message::focus, &Stickies::handleFocus},
+        {page::message::bar, &Stickies::handleBar},       {page::message::clearSelection, &Stickies::handleClearSelection},
+        {page::message::color, &Stickies::handleColor},   {page::message::pin, &Stickies::handlePin},
+        {page::message::snooze, &Stickies::handleSnooze}, {page::message::close, &Stickies::handleClose},
+        {page::message::link, &Stickies::handleLink},     {page::message::copy, &Stickies::handleCopy},
+        {page::message::paste, &Stickies::handlePaste},
     };
     // Types are matched exactly: "Save" is not "save".
     if (auto found = handlers.find(type); found != handlers.end()) (this->*found->second)(controller, body);
@@ -46,7 +47,7 @@ void Stickies::handleFocus(StickyController& controller, const nlohmann::json&) 
 }
 
 void Stickies::handleBar(StickyController& controller, const nlohmann::json& body) {
-    if (auto width = numberAt(body, "w")) controller.buttonsWidth = *width;
+    if (auto width = numberAt(body, page::field::width)) controller.buttonsWidth = *width;
     // Every page reports its buttons once it runs.
     pages.started(controller.id);
 }
@@ -60,16 +61,16 @@ void Stickies::handleClose(StickyController& controller, const nlohmann::json&) 
 }
 
 void Stickies::handleSave(StickyController& controller, const nlohmann::json& body) {
-    auto text = textAt(body, "c");
+    auto text = textAt(body, page::field::text);
     if (!text) return;
     // A page that had not yet seen the text last read from disk sends what the
     // file no longer holds: the file wins.
-    if (auto seen = numberAt(body, "v"); seen && *seen < controller.contentVersion) return;
+    if (auto seen = numberAt(body, page::field::version); seen && *seen < controller.contentVersion) return;
     writeNote(controller, *text);
 }
 
 void Stickies::handleColor(StickyController& controller, const nlohmann::json& body) {
-    auto name = textAt(body, "name");
+    auto name = textAt(body, page::field::name);
     auto record = state.stickies.find(controller.id);
     if (!name || record == state.stickies.end()) return;
     record->second.color = *name;
@@ -87,10 +88,10 @@ void Stickies::handlePin(StickyController& controller, const nlohmann::json&) {
 }
 
 void Stickies::handleSnooze(StickyController& controller, const nlohmann::json& body) {
-    auto at = numberAt(body, "at");
+    auto at = numberAt(body, page::field::at);
     auto record = state.stickies.find(controller.id);
     if (!at || !std::isfinite(*at) || record == state.stickies.end()) return;
-    const auto label = textAt(body, "label");
+    const auto label = textAt(body, page::field::label);
     record->second.snoozeUntil = std::floor(*at / 1000);
     record->second.snoozeLabel = label;
     Store::saveState(state);
@@ -99,11 +100,11 @@ void Stickies::handleSnooze(StickyController& controller, const nlohmann::json& 
 }
 
 void Stickies::handleLink(StickyController&, const nlohmann::json& body) {
-    if (auto url = textAt(body, "url")) Platform::workspace().openURL(*url);
+    if (auto url = textAt(body, page::field::url)) Platform::workspace().openURL(*url);
 }
 
 void Stickies::handleCopy(StickyController&, const nlohmann::json& body) {
-    if (auto text = textAt(body, "text")) Platform::pasteboard().setText(*text);
+    if (auto text = textAt(body, page::field::copied)) Platform::pasteboard().setText(*text);
 }
 
 void Stickies::handlePaste(StickyController& controller, const nlohmann::json&) {

@@ -1,5 +1,7 @@
 #include "window/StickyController.h"
 
+#include "window/PageNames.h"
+
 #include "platform/Platform.h"
 #include "shell/Log.h"
 
@@ -112,7 +114,7 @@ void StickyController::close() {
 
 bool StickyController::receive(const nlohmann::json& body) {
     if (!body.is_object()) return false;
-    const auto type = body.find("t");
+    const auto type = body.find(page::message::type);
     if (type == body.end() || !type->is_string()) return false;
     if (sink) sink(*this, type->get<std::string>(), body);
     return true;

@@ -4,6 +4,7 @@
 // through its test interface on the session bus and through the X server.
 #include "integration/AppClient.h"
 #include "integration/Harness.h"
+#include "integration/PageScript.h"
 #include "storage/Model.h"
 
 #include <gtest/gtest.h>
@@ -38,8 +39,8 @@ inline Record recordOn(std::int64_t desktop, double x = 200, double y = 150) {
 // Types as a person would into the note's editor: opens it, puts `text` in,
 // and tells the page the text changed. The page's own save follows 250 ms later.
 inline std::string typeScript(const std::string& text) {
-    return "(() => { document.getElementById('view').click();"
-           " const editor = document.getElementById('editor');"
+    return "(() => { " + byId(element::view) + ".click();"
+           " const editor = " + byId(element::editor) + ";"
            " editor.value = " +
            json(text).dump() +
            ";"
@@ -47,7 +48,7 @@ inline std::string typeScript(const std::string& text) {
 }
 
 // Leaving the editor saves at once.
-inline constexpr const char* leaveEditorScript = "document.getElementById('editor').blur(), true";
+inline const std::string leaveEditorScript = byId(element::editor) + ".blur(), true";
 
 inline std::string postScript(const json& message) {
     return "window.webkit.messageHandlers.sticky.postMessage(" + message.dump() + "), true";

@@ -174,8 +174,8 @@ TEST_F(Registry, colourAndPinSurviveARestart) {
     seed(id, "blue and on top", recordOn(1));
     ASSERT_NO_FATAL_FAILURE(start());
     ASSERT_TRUE(
-        client.runScript(id, "document.querySelector('#swatches button[data-name=\"blue\"]').click(), true"));
-    ASSERT_TRUE(client.runScript(id, "document.getElementById('pinButton').click(), true"));
+        client.runScript(id, "document.querySelector('" + selector(element::swatches, "button[data-name=\"blue\"]") + "').click(), true"));
+    ASSERT_TRUE(client.runScript(id, byId(element::pinButton) + ".click(), true"));
     ASSERT_TRUE(waitForNote(id, [](const json& n) {
         return n["record"]["color"] == "blue" && n["record"]["pinned"] == true;
     })) << diagnostics();
@@ -189,7 +189,7 @@ TEST_F(Registry, colourAndPinSurviveARestart) {
     EXPECT_TRUE(waitUntil([&] { return hasState(windowOf(id), "_NET_WM_STATE_ABOVE"); }))
         << "the pinned note is not kept above after the restart";
     auto background =
-        client.runScript(id, "getComputedStyle(document.getElementById('note')).backgroundColor");
+        client.runScript(id, "getComputedStyle(" + byId(element::note) + ").backgroundColor");
     ASSERT_TRUE(background);
     EXPECT_EQ(*background, "rgb(207, 230, 255)") << "the page is not blue (#cfe6ff) after the restart";
 }
@@ -250,7 +250,7 @@ TEST_F(Registry, aDeletedNoteGoesToTheTrashFolderAndUndoBringsItBack) {
     ASSERT_NO_FATAL_FAILURE(expectOnDesktop(id, 2));
     const json recordBefore = (*waitForNote(id, [](const json&) { return true; }))["record"];
 
-    ASSERT_TRUE(client.runScript(id, "document.getElementById('closeButton').click(), true"));
+    ASSERT_TRUE(client.runScript(id, byId(element::closeButton) + ".click(), true"));
     ASSERT_TRUE(client.waitFor([&](const json& s) { return !AppClient::note(s, id); })) << diagnostics();
     const fs::path trashed = notes() / ".trash" / (id + ".md");
     EXPECT_FALSE(fs::exists(noteFile(id)));
@@ -299,7 +299,7 @@ TEST_F(Registry, aSaveTypedOverAnOlderTextNeverOverwritesTheNewerFile) {
     // names the texts it had seen, none since it loaded. The page's message is
     // handled by the time the script's result comes back.
     ASSERT_TRUE(
-        client.runScript(id, postScript({{"t", "save"}, {"c", "typed over the old text"}, {"v", 0}})));
+        client.runScript(id, postScript({{page::message::type, page::message::save}, {page::field::text, "typed over the old text"}, {page::field::version, 0}})));
     ASSERT_TRUE(client.snapshot());
     EXPECT_EQ(readFile(noteFile(id)), "written by another program");
     auto note = waitForNote(id, [](const json&) { return true; });

@@ -3,6 +3,7 @@
 // whole text that was really written, and the state file still reads.
 #include "integration/AppClient.h"
 #include "integration/Harness.h"
+#include "integration/PageScript.h"
 #include "storage/Files.h"
 #include "storage/Model.h"
 
@@ -142,16 +143,16 @@ protected:
             const std::string id = noteId(serial % notesInPlay);
             const std::string text = wholeText("typist", round, serial);
             allowed.add(id, text);
-            const std::string script = "(() => { document.getElementById('view').click();"
-                                       " const editor = document.getElementById('editor');"
+            const std::string script = "(() => { " + byId(element::view) + ".click();"
+                                       " const editor = " + byId(element::editor) + ";"
                                        " editor.value = " +
                                        json(text).dump() +
                                        ";"
                                        " editor.dispatchEvent(new Event('input', {bubbles: true}));"
                                        " editor.blur();"
-                                       " document.querySelector('#swatches button[data-name=\"" +
-                                       colours[serial % 6] +
-                                       "\"]').click();"
+                                       " document.querySelector('" +
+                                       selector(element::swatches, std::string("button[data-name=\"") + colours[serial % 6] + "\"]") +
+                                       "').click();"
                                        " return true; })()";
             if (!client.runScript(id, script, 2s)) return;   // the program is gone
             if (!pauseInRound(typistPause)) return;
