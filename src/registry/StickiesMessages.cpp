@@ -31,11 +31,16 @@ std::optional<double> numberAt(const nlohmann::json& body, const char* key) {
 void Stickies::handle(StickyController& controller, const std::string& type, const nlohmann::json& body) {
     using Handler = void (Stickies::*)(StickyController&, const nlohmann::json&);
     static const std::map<std::string, Handler> handlers{
-        {page::message::save, &Stickies::handleSave},     {page::message::focus, &Stickies::handleFocus},
-        {page::message::bar, &Stickies::handleBar},       {page::message::clearSelection, &Stickies::handleClearSelection},
-        {page::message::color, &Stickies::handleColor},   {page::message::pin, &Stickies::handlePin},
-        {page::message::snooze, &Stickies::handleSnooze}, {page::message::close, &Stickies::handleClose},
-        {page::message::link, &Stickies::handleLink},     {page::message::copy, &Stickies::handleCopy},
+        {page::message::save, &Stickies::handleSave},
+        {page::message::focus, &Stickies::handleFocus},
+        {page::message::bar, &Stickies::handleBar},
+        {page::message::clearSelection, &Stickies::handleClearSelection},
+        {page::message::color, &Stickies::handleColor},
+        {page::message::pin, &Stickies::handlePin},
+        {page::message::snooze, &Stickies::handleSnooze},
+        {page::message::close, &Stickies::handleClose},
+        {page::message::link, &Stickies::handleLink},
+        {page::message::copy, &Stickies::handleCopy},
         {page::message::paste, &Stickies::handlePaste},
     };
     // Types are matched exactly: "Save" is not "save".

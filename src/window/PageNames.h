@@ -8,16 +8,16 @@ namespace marrowleaf::page {
 namespace message {
 inline constexpr const char* type = "t";
 
-inline constexpr const char* save = "save";                      // text, version
-inline constexpr const char* bar = "bar";                        // width
+inline constexpr const char* save = "save";   // text, version
+inline constexpr const char* bar = "bar";     // width
 inline constexpr const char* focus = "focus";
 inline constexpr const char* clearSelection = "clearSelection";
-inline constexpr const char* color = "color";                    // name
+inline constexpr const char* color = "color";   // name
 inline constexpr const char* pin = "pin";
 inline constexpr const char* close = "close";
-inline constexpr const char* snooze = "snooze";                  // at, label
-inline constexpr const char* link = "link";                      // url
-inline constexpr const char* copy = "copy";                      // copied
+inline constexpr const char* snooze = "snooze";   // at, label
+inline constexpr const char* link = "link";       // url
+inline constexpr const char* copy = "copy";       // copied
 inline constexpr const char* paste = "paste";
 }
 

@@ -53,7 +53,8 @@ bool isCapital(char c) { return c >= 'A' && c <= 'Z'; }
 std::size_t placeholderLength(std::string_view text, std::size_t at) {
     if (text.substr(at, 2) != placeholderEdge) return 0;
     std::size_t end = at + 2;
-    while (end < text.size() && isCapital(text[end])) ++end;
+    while (end < text.size() && isCapital(text[end]))
+        ++end;
     if (end == at + 2 || text.substr(end, 2) != placeholderEdge) return 0;
     return end + 2 - at;
 }
@@ -91,7 +92,8 @@ StickyController::StickyController(std::string id, std::string content, const Re
                                    const std::string& pageTemplate, MessageSink sink, PageLoad load)
     : id(std::move(id)), content(std::move(content)), pageTemplate(&pageTemplate), sink(std::move(sink)),
       shownColor(StickyColor::named(record.color).name) {
-    noteWindow = Platform::noteWindowFactory().create(record.frame.rect(), level(record.pinned.value_or(false)));
+    noteWindow =
+        Platform::noteWindowFactory().create(record.frame.rect(), level(record.pinned.value_or(false)));
     noteWindow->setMessageHandler([this](const nlohmann::json& body) { receive(body); });
     noteWindow->setPageLostHandler([this] { reloadPage(); });
     if (load == PageLoad::later) return;

@@ -47,7 +47,8 @@ fs::path AppProcess::outputFile(const std::string& stream) const {
 
 void AppProcess::start(const std::vector<std::string>& arguments) { startThrough({}, arguments); }
 
-void AppProcess::startThrough(const std::vector<std::string>& launcher, const std::vector<std::string>& arguments) {
+void AppProcess::startThrough(const std::vector<std::string>& launcher,
+                              const std::vector<std::string>& arguments) {
     if (process && process->running()) throw std::logic_error("the program is already running");
     ++starts;
     fs::create_directories(standardOutputFile().parent_path());

@@ -5,11 +5,11 @@
 #include <glib.h>
 
 #include <cerrno>
-#include <thread>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <sstream>
+#include <thread>
 
 namespace marrowleaf::testing {
 

@@ -15,8 +15,8 @@ namespace {
 // Points of a note window, relative to its frame, and what they should show.
 struct Probe {
     const char* where;
-    double x, y;          // from the frame's left / top; negative counts from the right / bottom
-    bool onNote;          // the note's body (else the desktop behind the margin)
+    double x, y;   // from the frame's left / top; negative counts from the right / bottom
+    bool onNote;   // the note's body (else the desktop behind the margin)
 };
 
 const Probe probes[] = {
@@ -51,7 +51,8 @@ protected:
                 const Point p = probePoint(probe, Rect{0, 0, frame.width, frame.height});
                 const std::string wanted = probe.onNote ? bodyColour : desktop;
                 if (!shot.near(int(p.x), int(p.y), wanted))
-                    failure += std::string(probe.where) + " shows " + shot.at(int(p.x), int(p.y)) + ", not " + wanted + "; ";
+                    failure += std::string(probe.where) + " shows " + shot.at(int(p.x), int(p.y)) + ", not " +
+                               wanted + "; ";
             }
             return failure.empty();
         });
@@ -83,7 +84,7 @@ TEST_F(NoteOnTheDesktop, withoutACompositorAClickInTheMarginDoesNotReachThePage)
     settle(400ms);
     EXPECT_TRUE(messagesOfType(page::message::focus).empty());
     clickAt({frame.x + 40, frame.y + 110});
-    EXPECT_TRUE(waitForMessage("focus"));
+    EXPECT_TRUE(waitForMessage(page::message::focus));
 }
 
 TEST_F(NoteOnTheDesktop, underACompositorEveryColourShowsWithATransparentMargin) {

@@ -77,7 +77,8 @@ XWindowState xWindowState(XConnection& x, xcb_window_t window) {
         state.frame.height = geometry->height;
         free(geometry);
     }
-    if (auto* at = xcb_translate_coordinates_reply(c, xcb_translate_coordinates(c, window, x.root(), 0, 0), nullptr)) {
+    if (auto* at = xcb_translate_coordinates_reply(c, xcb_translate_coordinates(c, window, x.root(), 0, 0),
+                                                   nullptr)) {
         state.frame.x = at->dst_x;
         state.frame.y = at->dst_y;
         free(at);

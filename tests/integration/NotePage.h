@@ -64,10 +64,12 @@ private:
         setenv("DBUS_SESSION_BUS_ADDRESS", session.busAddress().c_str(), 1);
         setenv("GDK_BACKEND", "x11", 1);
         unsetenv("WAYLAND_DISPLAY");
-        if (!gtk_init_check(nullptr, nullptr)) throw std::runtime_error("can't open GTK on " + session.display());
+        if (!gtk_init_check(nullptr, nullptr))
+            throw std::runtime_error("can't open GTK on " + session.display());
         session.run({"xsetroot", "-solid", background});
         pageTemplate = readFile(builtPage());
-        if (pageTemplate.empty()) throw std::runtime_error("can't read the built page " + builtPage().string());
+        if (pageTemplate.empty())
+            throw std::runtime_error("can't read the built page " + builtPage().string());
         factory = std::make_unique<GtkNoteWindowFactory>();
         const std::string markdownPage = readFile(builtPage().parent_path() / "markdown.html");
         if (markdownPage.empty()) throw std::runtime_error("can't read the built Markdown page");
@@ -86,7 +88,9 @@ private:
         gdk_display_close(gdk_display_get_default());
     }
 
-    static std::filesystem::path builtPage() { return std::filesystem::path(MARROWLEAF_BINARY).parent_path() / "Resources" / "sticky.html"; }
+    static std::filesystem::path builtPage() {
+        return std::filesystem::path(MARROWLEAF_BINARY).parent_path() / "Resources" / "sticky.html";
+    }
 };
 
 // ---------------------------------------------------------------- talking to a page
@@ -105,7 +109,7 @@ std::vector<pid_t> webProcesses();
 struct XWindowState {
     bool exists = false;
     bool viewable = false;
-    Rect frame;         // root coordinates
+    Rect frame;   // root coordinates
     int depth = 0;
 };
 
@@ -119,7 +123,8 @@ struct Shot {
     GObjectPtr<GdkPixbuf> pixels;
     Shot(XConnection& x, Rect area) {
         xcb_connection_t* c = x.get();
-        const auto width = static_cast<std::uint16_t>(area.width), height = static_cast<std::uint16_t>(area.height);
+        const auto width = static_cast<std::uint16_t>(area.width),
+                   height = static_cast<std::uint16_t>(area.height);
         auto cookie = xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, x.root(), static_cast<std::int16_t>(area.x),
                                     static_cast<std::int16_t>(area.y), width, height, ~0u);
         xcb_get_image_reply_t* image = xcb_get_image_reply(c, cookie, nullptr);
@@ -146,7 +151,8 @@ struct Shot {
 
     // "#rrggbb" of the pixel at (x, y) of the area.
     std::string at(int x, int y) const {
-        if (!pixels || x < 0 || y < 0 || x >= gdk_pixbuf_get_width(pixels.get()) || y >= gdk_pixbuf_get_height(pixels.get()))
+        if (!pixels || x < 0 || y < 0 || x >= gdk_pixbuf_get_width(pixels.get()) ||
+            y >= gdk_pixbuf_get_height(pixels.get()))
             return "outside";
         const guchar* p = gdk_pixbuf_get_pixels(pixels.get()) + y * gdk_pixbuf_get_rowstride(pixels.get()) +
                           x * gdk_pixbuf_get_n_channels(pixels.get());
@@ -197,20 +203,28 @@ protected:
     }
     static Record defaultRecord() { return recordAt({200, 150, 260, 220}); }
 
-    StickyController& open(const std::string& content, const Record& record = defaultRecord(), bool editNow = false) {
+    StickyController& open(const std::string& content, const Record& record = defaultRecord(),
+                           bool editNow = false) {
         notes.push_back(std::make_unique<StickyController>(
             "sticky-" + std::to_string(notes.size() + 1), content, record, editNow, desk.pageTemplate,
-            [this](StickyController&, const std::string& type, const json& body) { received.push_back({type, body}); }));
+            [this](StickyController&, const std::string& type, const json& body) {
+                received.push_back({type, body});
+            }));
         return *notes.back();
     }
 
-    static GtkNoteWindow& gtkWindow(StickyController& note) { return dynamic_cast<GtkNoteWindow&>(note.window()); }
+    static GtkNoteWindow& gtkWindow(StickyController& note) {
+        return dynamic_cast<GtkNoteWindow&>(note.window());
+    }
     static WebKitWebView* view(StickyController& note) { return gtkWindow(note).webView(); }
-    static xcb_window_t xid(StickyController& note) { return static_cast<xcb_window_t>(note.window().windowNumber()); }
+    static xcb_window_t xid(StickyController& note) {
+        return static_cast<xcb_window_t>(note.window().windowNumber());
+    }
 
     bool started(StickyController& note) {
         if (!gtkWindow(note).pageLoaded()) return false;
-        auto ready = evaluate(view(note), "document.readyState === 'complete' && typeof window.setContent === 'function'");
+        auto ready = evaluate(
+            view(note), "document.readyState === 'complete' && typeof window.setContent === 'function'");
         return ready && *ready == true;
     }
 
@@ -252,7 +266,8 @@ protected:
 
     std::set<std::string> typesReceived() const {
         std::set<std::string> types;
-        for (const auto& m : received) types.insert(m.type);
+        for (const auto& m : received)
+            types.insert(m.type);
         return types;
     }
 
@@ -306,7 +321,9 @@ protected:
 
     // No --sync: xdotool waits forever when the pointer is already there. The
     // server handles the move before the click all the same.
-    void clickAt(Point p) { xdotool({"mousemove", std::to_string(int(p.x)), std::to_string(int(p.y)), "click", "1"}); }
+    void clickAt(Point p) {
+        xdotool({"mousemove", std::to_string(int(p.x)), std::to_string(int(p.y)), "click", "1"});
+    }
 
     // A real click on the element, through the X server.
     bool click(StickyController& note, const std::string& selector) {
@@ -322,11 +339,18 @@ protected:
             return runMainContextUntil([&] { return run(note, byId(id) + ".hidden") == false; });
         };
         return click(note, selector(element::snoozeButton)) && shown(element::snoozeMenu) &&
-               click(note, selector(element::snoozeChoices, ".menu-item:last-child")) && shown(element::picker);
+               click(note, selector(element::snoozeChoices, ".menu-item:last-child")) &&
+               shown(element::picker);
     }
 
     void type(const std::string& text) { xdotool({"type", "--delay", "15", "--", text}); }
     void key(const std::string& keys) { xdotool({"key", keys}); }
+
+    // Gives the note the focus and waits until the window manager has made it the active window.
+    bool focus(StickyController& note) {
+        note.window().focus();
+        return runMainContextUntil([&] { return activeWindow() == xid(note); });
+    }
 
     xcb_window_t activeWindow() {
         auto active = desk.session.x().rootCardinals("_NET_ACTIVE_WINDOW");

@@ -13,14 +13,14 @@ namespace fs = std::filesystem;
 TEST_F(NotePage, clickingTheNoteSendsFocusAndClearSelection) {
     StickyController& note = openShown("some text");
     ASSERT_TRUE(click(note, selector(element::view)));
-    EXPECT_TRUE(waitForMessage("focus"));
-    EXPECT_TRUE(waitForMessage("clearSelection"));
+    EXPECT_TRUE(waitForMessage(page::message::focus));
+    EXPECT_TRUE(waitForMessage(page::message::clearSelection));
 }
 
 TEST_F(NotePage, pressingTheDragStripSendsFocusButKeepsTheSelection) {
     StickyController& note = openShown("some text");
     ASSERT_TRUE(click(note, selector(element::drag)));
-    EXPECT_TRUE(waitForMessage("focus"));
+    EXPECT_TRUE(waitForMessage(page::message::focus));
     settle(300ms);
     EXPECT_TRUE(messagesOfType(page::message::clearSelection).empty());
 }
@@ -31,18 +31,19 @@ TEST_F(NotePage, typingThenLeavingTheEditorAlwaysSavesTheFinalText) {
         notes.clear();
         StickyController& note = openShown("");
         ASSERT_TRUE(click(note, selector(element::body)));
-        ASSERT_TRUE(runMainContextUntil([&] { return run(note, "document.activeElement.id") == element::editor; }));
+        ASSERT_TRUE(
+            runMainContextUntil([&] { return run(note, "document.activeElement.id") == element::editor; }));
         type(text);
         key("Escape");
-        EXPECT_TRUE(waitForSave(text)) << "typed \"" << text << "\", last saved " << lastSaved().value_or("(nothing)");
+        EXPECT_TRUE(waitForSave(text))
+            << "typed \"" << text << "\", last saved " << lastSaved().value_or("(nothing)");
         EXPECT_EQ(run(note, byId(element::editor) + ".hidden"), true);
     }
 }
 
 TEST_F(NotePage, typingSavesAfterAShortPauseWithoutLeavingTheEditor) {
     StickyController& note = openShown("", defaultRecord(), true);
-    note.window().focus();
-    ASSERT_TRUE(runMainContextUntil([&] { return activeWindow() == xid(note); }));
+    ASSERT_TRUE(focus(note));
     type("kept while typing");
     EXPECT_TRUE(waitForSave("kept while typing"));
     EXPECT_EQ(run(note, byId(element::editor) + ".hidden"), false);
@@ -51,33 +52,39 @@ TEST_F(NotePage, typingSavesAfterAShortPauseWithoutLeavingTheEditor) {
 TEST_F(NotePage, choosingAColourSendsItsName) {
     StickyController& note = openShown("x");
     ASSERT_TRUE(click(note, selector(element::colorButton)));
-    ASSERT_TRUE(runMainContextUntil([&] { return run(note, byId(element::colorMenu) + ".hidden") == false; }));
+    ASSERT_TRUE(
+        runMainContextUntil([&] { return run(note, byId(element::colorMenu) + ".hidden") == false; }));
     ASSERT_TRUE(click(note, "#swatches button[data-name='green']"));
-    ASSERT_TRUE(waitForMessage("color"));
-    EXPECT_EQ(messagesOfType(page::message::color).back().body, json({{page::message::type, page::message::color}, {page::field::name, "green"}}));
+    ASSERT_TRUE(waitForMessage(page::message::color));
+    EXPECT_EQ(messagesOfType(page::message::color).back().body,
+              json({{page::message::type, page::message::color}, {page::field::name, "green"}}));
 }
 
 TEST_F(NotePage, thePinButtonSendsPin) {
     StickyController& note = openShown("x");
     ASSERT_TRUE(click(note, selector(element::pinButton)));
-    ASSERT_TRUE(waitForMessage("pin"));
-    EXPECT_EQ(messagesOfType(page::message::pin).back().body, json({{page::message::type, page::message::pin}}));
+    ASSERT_TRUE(waitForMessage(page::message::pin));
+    EXPECT_EQ(messagesOfType(page::message::pin).back().body,
+              json({{page::message::type, page::message::pin}}));
 }
 
 TEST_F(NotePage, theDeleteButtonSendsClose) {
     StickyController& note = openShown("x");
     ASSERT_TRUE(click(note, selector(element::closeButton)));
-    ASSERT_TRUE(waitForMessage("close"));
-    EXPECT_EQ(messagesOfType(page::message::close).back().body, json({{page::message::type, page::message::close}}));
+    ASSERT_TRUE(waitForMessage(page::message::close));
+    EXPECT_EQ(messagesOfType(page::message::close).back().body,
+              json({{page::message::type, page::message::close}}));
 }
 
 TEST_F(NotePage, snoozingForAnHourSendsTheWakeTimeInMillisecondsAndItsWords) {
     StickyController& note = openShown("x", recordAt({200, 150, 300, 260}));
     ASSERT_TRUE(click(note, selector(element::snoozeButton)));
-    ASSERT_TRUE(runMainContextUntil([&] { return run(note, byId(element::snoozeMenu) + ".hidden") == false; }));
-    const double now = std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+    ASSERT_TRUE(
+        runMainContextUntil([&] { return run(note, byId(element::snoozeMenu) + ".hidden") == false; }));
+    const double now =
+        std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
     ASSERT_TRUE(click(note, "#snoozeChoices .menu-item"));
-    ASSERT_TRUE(waitForMessage("snooze"));
+    ASSERT_TRUE(waitForMessage(page::message::snooze));
     const json body = messagesOfType(page::message::snooze).back().body;
     ASSERT_TRUE(body[page::field::at].is_number());
     EXPECT_NEAR(body[page::field::at].get<double>() / 1000, now + 3600, 10);
@@ -90,8 +97,11 @@ TEST_F(NotePage, snoozingForAnHourSendsTheWakeTimeInMillisecondsAndItsWords) {
 static const std::string fillPicker =
     "(() => { const d = new Date(Date.now() + DAYS * 86400000); d.setHours(7, 30, 0, 0);"
     " const pad = (n) => String(n).padStart(2, '0');"
-    " " + byId(element::pickDate) + ".value = `${d.getFullYear()}-${pad(d.getMonth() + 1)}-${pad(d.getDate())}`;"
-    " " + byId(element::pickTime) + ".value = '07:30'; return d.getTime(); })()";
+    " " +
+    byId(element::pickDate) +
+    ".value = `${d.getFullYear()}-${pad(d.getMonth() + 1)}-${pad(d.getDate())}`;"
+    " " +
+    byId(element::pickTime) + ".value = '07:30'; return d.getTime(); })()";
 
 static std::string fillPickerScript(int daysAhead) {
     std::string script = fillPicker;
@@ -105,11 +115,12 @@ TEST_F(NotePage, snoozingUntilAPickedDateAndTimeSendsThatTime) {
     const json expected = run(note, fillPickerScript(2));
     ASSERT_TRUE(expected.is_number());
     ASSERT_TRUE(click(note, selector(element::pickGo)));
-    ASSERT_TRUE(waitForMessage("snooze"));
+    ASSERT_TRUE(waitForMessage(page::message::snooze));
     const json body = messagesOfType(page::message::snooze).back().body;
     EXPECT_EQ(body[page::field::at], expected);
     ASSERT_TRUE(body[page::field::label].is_string());
-    EXPECT_NE(body[page::field::label].get<std::string>().find("7:30"), std::string::npos) << body[page::field::label];
+    EXPECT_NE(body[page::field::label].get<std::string>().find("7:30"), std::string::npos)
+        << body[page::field::label];
 }
 
 TEST_F(NotePage, aPickedTimeInThePastIsRefusedWithAMessage) {
@@ -117,7 +128,8 @@ TEST_F(NotePage, aPickedTimeInThePastIsRefusedWithAMessage) {
     ASSERT_TRUE(openPicker(note));
     ASSERT_TRUE(run(note, fillPickerScript(-2)).is_number());
     ASSERT_TRUE(click(note, selector(element::pickGo)));
-    EXPECT_TRUE(runMainContextUntil([&] { return run(note, byId(element::pickError) + ".hidden") == false; }));
+    EXPECT_TRUE(
+        runMainContextUntil([&] { return run(note, byId(element::pickError) + ".hidden") == false; }));
     settle(300ms);
     EXPECT_TRUE(messagesOfType(page::message::snooze).empty());
 }
@@ -125,11 +137,14 @@ TEST_F(NotePage, aPickedTimeInThePastIsRefusedWithAMessage) {
 TEST_F(NotePage, clickingALinkSendsItsAddressAndNeverNavigatesTheNote) {
     StickyController& note = openShown("see [the site](https://example.org/page?q=1) now");
     ASSERT_TRUE(click(note, "#view a"));
-    ASSERT_TRUE(waitForMessage("link"));
-    EXPECT_EQ(messagesOfType(page::message::link).back().body, json({{page::message::type, page::message::link}, {page::field::url, "https://example.org/page?q=1"}}));
+    ASSERT_TRUE(waitForMessage(page::message::link));
+    EXPECT_EQ(messagesOfType(page::message::link).back().body,
+              json({{page::message::type, page::message::link},
+                    {page::field::url, "https://example.org/page?q=1"}}));
     settle(300ms);
     EXPECT_STREQ(webkit_web_view_get_uri(view(note)), "about:blank");
-    EXPECT_EQ(run(note, "document.querySelector('" + selector(element::view, "a") + "').textContent"), "the site");
+    EXPECT_EQ(run(note, "document.querySelector('" + selector(element::view, "a") + "').textContent"),
+              "the site");
 }
 
 TEST_F(NotePage, aScriptThatSetsTheLocationNeverNavigatesTheNote) {
@@ -143,22 +158,22 @@ TEST_F(NotePage, aScriptThatSetsTheLocationNeverNavigatesTheNote) {
 
 TEST_F(NotePage, copyingSendsTheSelectedText) {
     StickyController& note = openShown("copy me please", defaultRecord(), true);
-    note.window().focus();
-    ASSERT_TRUE(runMainContextUntil([&] { return activeWindow() == xid(note); }));
+    ASSERT_TRUE(focus(note));
     key("ctrl+a");
     key("ctrl+c");
-    ASSERT_TRUE(waitForMessage("copy"));
-    EXPECT_EQ(messagesOfType(page::message::copy).back().body, json({{page::message::type, page::message::copy}, {page::field::copied, "copy me please"}}));
+    ASSERT_TRUE(waitForMessage(page::message::copy));
+    EXPECT_EQ(messagesOfType(page::message::copy).back().body,
+              json({{page::message::type, page::message::copy}, {page::field::copied, "copy me please"}}));
 }
 
 TEST_F(NotePage, pastingAsksTheAppForTheClipboardAndInsertsItsAnswer) {
     StickyController& note = openShown("start ", defaultRecord(), true);
-    note.window().focus();
-    ASSERT_TRUE(runMainContextUntil([&] { return activeWindow() == xid(note); }));
+    ASSERT_TRUE(focus(note));
     key("End");
     key("ctrl+v");
-    ASSERT_TRUE(waitForMessage("paste"));
-    EXPECT_EQ(messagesOfType(page::message::paste).back().body, json({{page::message::type, page::message::paste}}));
+    ASSERT_TRUE(waitForMessage(page::message::paste));
+    EXPECT_EQ(messagesOfType(page::message::paste).back().body,
+              json({{page::message::type, page::message::paste}}));
     note.sendPaste("pasted");
     EXPECT_TRUE(waitForSave("start pasted"));
 }

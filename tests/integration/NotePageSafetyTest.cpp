@@ -108,8 +108,10 @@ const std::string poke = "(() => {\n  const view = " + byId(element::view) + ";"
 TEST_F(NotePage, aNoteThatTriesToRunCodeShowsAsTextAndRunsNothing) {
     ASSERT_GE(injections.size(), 30u);
     std::vector<StickyController*> opened;
-    for (const auto& text : injections) opened.push_back(&open(text));
-    for (std::size_t i = 0; i < opened.size(); ++i) ASSERT_TRUE(loaded(*opened[i])) << injections[i];
+    for (const auto& text : injections)
+        opened.push_back(&open(text));
+    for (std::size_t i = 0; i < opened.size(); ++i)
+        ASSERT_TRUE(loaded(*opened[i])) << injections[i];
     settle(500ms);   // images fail, timers run out
     for (std::size_t i = 0; i < opened.size(); ++i) {
         EXPECT_EQ(run(*opened[i], leftovers), json::array()) << injections[i];
@@ -123,7 +125,8 @@ TEST_F(NotePage, aNoteThatTriesToRunCodeShowsAsTextAndRunsNothing) {
     for (const auto& m : received) {
         EXPECT_TRUE(m.type == "bar" || m.type == "link") << m.body.dump();
         if (m.type == "link") {
-            EXPECT_THAT(m.body[page::field::url].get<std::string>(), ::testing::StartsWith("https://example.org/"));
+            EXPECT_THAT(m.body[page::field::url].get<std::string>(),
+                        ::testing::StartsWith("https://example.org/"));
         }
     }
 }
@@ -140,26 +143,30 @@ TEST_F(NotePage, textThatTriesToRunCodeArrivingFromTheFileRunsNothing) {
     EXPECT_EQ(run(note, leftovers), json::array());
     EXPECT_EQ(run(note, "typeof window.__pwned"), "undefined");
     EXPECT_STREQ(webkit_web_view_get_uri(view(note)), "about:blank");
-    for (const auto& m : received) EXPECT_TRUE(m.type == "bar" || m.type == "link") << m.body.dump();
+    for (const auto& m : received)
+        EXPECT_TRUE(m.type == "bar" || m.type == "link") << m.body.dump();
 }
 
 TEST_F(NotePage, pastedTextThatTriesToRunCodeStaysText) {
     StickyController& note = openLoaded("", defaultRecord(), true);
     std::string all;
-    for (const auto& text : injections) all += text + "\n";
+    for (const auto& text : injections)
+        all += text + "\n";
     note.sendPaste(all);
     ASSERT_TRUE(waitForSave(all));
     run(note, byId(element::editor) + ".blur()");
     run(note, poke);
     settle(500ms);
     EXPECT_EQ(run(note, leftovers), json::array());
-    for (const auto& m : received) EXPECT_TRUE(m.type == "bar" || m.type == "link" || m.type == "save") << m.body.dump();
+    for (const auto& m : received)
+        EXPECT_TRUE(m.type == "bar" || m.type == "link" || m.type == "save") << m.body.dump();
 }
 
 // ---------------------------------------------------------------- the web process
 
 TEST_F(NotePage, allNotesShareOneWebProcess) {
-    for (int i = 0; i < 4; ++i) openLoaded("note " + std::to_string(i), recordAt({100.0 + 60 * i, 100, 260, 220}));
+    for (int i = 0; i < 4; ++i)
+        openLoaded("note " + std::to_string(i), recordAt({100.0 + 60 * i, 100, 260, 220}));
     EXPECT_EQ(webProcesses().size(), 1u);
 }
 
@@ -174,16 +181,21 @@ TEST_F(NotePage, whenTheWebProcessDiesEveryPageComesBackWithinASecondWithItsCurr
 
     const auto killedAt = SteadyClock::now();
     ASSERT_EQ(kill(processes[0], SIGKILL), 0);
-    ASSERT_TRUE(runMainContextUntil([&] { return log.count("ERROR the note pages' web process crashed") == 1; }));
+    ASSERT_TRUE(
+        runMainContextUntil([&] { return log.count("ERROR the note pages' web process crashed") == 1; }));
     ASSERT_TRUE(runMainContextUntil([&] { return started(first) && started(second); }, 5s));
     const auto back = std::chrono::duration_cast<std::chrono::milliseconds>(SteadyClock::now() - killedAt);
     EXPECT_LT(back.count(), 1000) << "the pages took " << back.count() << " ms to come back";
 
     // Rendered again too: the Markdown page came back with them.
-    EXPECT_EQ(run(first, "document.querySelector('" + selector(element::view, "h1") + "')?.textContent ?? null"), "first note");
+    EXPECT_EQ(
+        run(first, "document.querySelector('" + selector(element::view, "h1") + "')?.textContent ?? null"),
+        "first note");
     EXPECT_EQ(run(second, byId(element::view) + ".innerText.trim()"), "second note, saved since");
-    EXPECT_EQ(run(second, "getComputedStyle(" + byId(element::note) + ").backgroundColor"), "rgb(212, 245, 207)");
-    EXPECT_THAT(log.lines(), ::testing::Contains("ERROR the note pages' web process crashed; reloading 2 note pages"));
+    EXPECT_EQ(run(second, "getComputedStyle(" + byId(element::note) + ").backgroundColor"),
+              "rgb(212, 245, 207)");
+    EXPECT_THAT(log.lines(),
+                ::testing::Contains("ERROR the note pages' web process crashed; reloading 2 note pages"));
     EXPECT_EQ(webProcesses().size(), 1u);
 }
 
@@ -195,5 +207,5 @@ TEST_F(NotePage, aPageThatCameBackStillTalksToTheApp) {
     ASSERT_TRUE(runMainContextUntil([&] { return webProcesses() != processes && started(note); }));
     received.clear();
     ASSERT_TRUE(click(note, selector(element::pinButton)));
-    EXPECT_TRUE(waitForMessage("pin"));
+    EXPECT_TRUE(waitForMessage(page::message::pin));
 }

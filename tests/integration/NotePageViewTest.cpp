@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 
 TEST_F(NotePage, loadsTheBuiltPageAndReportsItsButtonStrip) {
     StickyController& note = openLoaded("hello");
-    ASSERT_TRUE(waitForMessage("bar"));
+    ASSERT_TRUE(waitForMessage(page::message::bar));
     const json bar = messagesOfType(page::message::bar).front().body;
     ASSERT_TRUE(bar["w"].is_number());
     EXPECT_GT(bar["w"].get<double>(), 20);
@@ -21,9 +21,11 @@ TEST_F(NotePage, loadsTheBuiltPageAndReportsItsButtonStrip) {
 
 TEST_F(NotePage, showsTheNoteAsRenderedMarkdown) {
     StickyController& note = openLoaded("# Shopping\n\n- milk\n- **bread**");
-    EXPECT_EQ(run(note, "document.querySelector('" + selector(element::view, "h1") + "').textContent"), "Shopping");
+    EXPECT_EQ(run(note, "document.querySelector('" + selector(element::view, "h1") + "').textContent"),
+              "Shopping");
     EXPECT_EQ(run(note, "document.querySelectorAll('" + selector(element::view, "li") + "').length"), 2);
-    EXPECT_EQ(run(note, "document.querySelector('" + selector(element::view, "li strong") + "').textContent"), "bread");
+    EXPECT_EQ(run(note, "document.querySelector('" + selector(element::view, "li strong") + "').textContent"),
+              "bread");
 }
 
 TEST_F(NotePage, showsItsTextAsItIsWhenNoMarkdownPageWasGiven) {
@@ -39,9 +41,13 @@ TEST_F(NotePage, showsItsTextAsItIsWhenNoMarkdownPageWasGiven) {
                               [](StickyController&, const std::string&, const json&) {});
         Platform::install(shared);
         ASSERT_TRUE(loaded(note));
-        EXPECT_EQ(run(note, "document.querySelector('" + selector(element::view, ".plain") + "').textContent"), text);
-        EXPECT_EQ(run(note, "document.querySelectorAll('" + selector(element::view, "h1") + ", " + selector(element::view, "li") + ", " +
-                               selector(element::view, "b") + "').length"), 0);
+        EXPECT_EQ(
+            run(note, "document.querySelector('" + selector(element::view, ".plain") + "').textContent"),
+            text);
+        EXPECT_EQ(run(note, "document.querySelectorAll('" + selector(element::view, "h1") + ", " +
+                                selector(element::view, "li") + ", " + selector(element::view, "b") +
+                                "').length"),
+                  0);
         EXPECT_EQ(run(note, "currentText()"), text);
     }
     Platform::install(shared);
@@ -70,7 +76,8 @@ TEST_F(NotePage, showsAnHtmlCommentOpenerBeforeAScriptTagLiterally) {
     StickyController& note = openLoaded(text);
     EXPECT_EQ(run(note, byId(element::view) + ".innerText.trim()"), text);
     note.sendContent("changed");
-    EXPECT_TRUE(runMainContextUntil([&] { return run(note, byId(element::view) + ".innerText.trim()") == "changed"; }));
+    EXPECT_TRUE(runMainContextUntil(
+        [&] { return run(note, byId(element::view) + ".innerText.trim()") == "changed"; }));
 }
 
 TEST_F(NotePage, opensTheEditorAtOnceForANewNote) {
@@ -86,13 +93,16 @@ TEST_F(NotePage, keepsTheEditorClosedForANoteThatIsNotNew) {
 
 TEST_F(NotePage, paintsTheNoteInItsColour) {
     StickyController& note = openLoaded("x", recordAt({200, 150, 260, 220}, "blue"));
-    EXPECT_EQ(run(note, "getComputedStyle(" + byId(element::note) + ").backgroundColor"), "rgb(207, 230, 255)");
-    EXPECT_EQ(run(note, "getComputedStyle(" + byId(element::header) + ").backgroundColor"), "rgb(172, 210, 251)");
+    EXPECT_EQ(run(note, "getComputedStyle(" + byId(element::note) + ").backgroundColor"),
+              "rgb(207, 230, 255)");
+    EXPECT_EQ(run(note, "getComputedStyle(" + byId(element::header) + ").backgroundColor"),
+              "rgb(172, 210, 251)");
 }
 
 TEST_F(NotePage, paintsANoteWithAnUnknownColourYellow) {
     StickyController& note = openLoaded("x", recordAt({200, 150, 260, 220}, "teal"));
-    EXPECT_EQ(run(note, "getComputedStyle(" + byId(element::note) + ").backgroundColor"), "rgb(255, 244, 163)");
+    EXPECT_EQ(run(note, "getComputedStyle(" + byId(element::note) + ").backgroundColor"),
+              "rgb(255, 244, 163)");
 }
 
 // ---------------------------------------------------------------- calls into the page
@@ -110,7 +120,8 @@ TEST_F(NotePage, aSaveSaysHowManyTextsThePageHadBeenSent) {
     StickyController& note = openLoaded("one", defaultRecord(), true);
     note.sendContent("two");
     note.sendContent("three");
-    run(note, byId(element::editor) + ".value += ' and more'; " + byId(element::editor) + ".dispatchEvent(new Event('input')); 1");
+    run(note, byId(element::editor) + ".value += ' and more'; " + byId(element::editor) +
+                  ".dispatchEvent(new Event('input')); 1");
     ASSERT_TRUE(waitForSave("three and more"));
     EXPECT_EQ(messagesOfType(page::message::save).back().body[page::field::version], note.contentVersion);
     EXPECT_EQ(note.contentVersion, 2);
@@ -120,9 +131,11 @@ TEST_F(NotePage, setColorRepaintsTheNote) {
     StickyController& note = openLoaded("x");
     note.sendColor(StickyColor::named("mocha"));
     EXPECT_TRUE(runMainContextUntil([&] {
-        return run(note, "getComputedStyle(" + byId(element::note) + ").backgroundColor") == "rgb(49, 50, 68)";
+        return run(note, "getComputedStyle(" + byId(element::note) + ").backgroundColor") ==
+               "rgb(49, 50, 68)";
     }));
-    EXPECT_EQ(run(note, "getComputedStyle(" + byId(element::header) + ").backgroundColor"), "rgb(69, 71, 90)");
+    EXPECT_EQ(run(note, "getComputedStyle(" + byId(element::header) + ").backgroundColor"),
+              "rgb(69, 71, 90)");
     EXPECT_EQ(run(note, "getComputedStyle(" + byId(element::view) + ").color"), "rgb(205, 214, 244)");
 }
 
@@ -138,7 +151,8 @@ TEST_F(NotePage, setSelectedShowsAndDropsTheSelectedRing) {
     const std::string shadow = "getComputedStyle(" + byId(element::note) + ").boxShadow";
     const std::string before = run(note, shadow);
     note.sendSelected(true);
-    EXPECT_TRUE(runMainContextUntil([&] { return run(note, shadow).get<std::string>().find("47, 124, 246") != std::string::npos; }));
+    EXPECT_TRUE(runMainContextUntil(
+        [&] { return run(note, shadow).get<std::string>().find("47, 124, 246") != std::string::npos; }));
     note.sendSelected(false);
     EXPECT_TRUE(runMainContextUntil([&] { return run(note, shadow) == before; }));
 }
@@ -147,7 +161,8 @@ TEST_F(NotePage, flashPlaysAnAnimationOnTheNote) {
     StickyController& note = openLoaded("x");
     EXPECT_EQ(run(note, byId(element::note) + ".getAnimations().length"), 0);
     note.sendFlash();
-    EXPECT_TRUE(runMainContextUntil([&] { return run(note, byId(element::note) + ".getAnimations().length") != 0; }));
+    EXPECT_TRUE(
+        runMainContextUntil([&] { return run(note, byId(element::note) + ".getAnimations().length") != 0; }));
 }
 
 TEST_F(NotePage, setTrashShowsAndDropsTheDeleteLook) {
@@ -155,7 +170,8 @@ TEST_F(NotePage, setTrashShowsAndDropsTheDeleteLook) {
     const std::string transform = "getComputedStyle(" + byId(element::note) + ").transform";
     EXPECT_EQ(run(note, transform), "none");
     note.sendTrash(true);
-    EXPECT_TRUE(runMainContextUntil([&] { return run(note, transform) == "matrix(0.94, 0, 0, 0.94, 0, 0)"; }));
+    EXPECT_TRUE(
+        runMainContextUntil([&] { return run(note, transform) == "matrix(0.94, 0, 0, 0.94, 0, 0)"; }));
     note.sendTrash(false);
     EXPECT_TRUE(runMainContextUntil([&] { return run(note, transform) == "none"; }));
 }

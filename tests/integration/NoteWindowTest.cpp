@@ -18,8 +18,8 @@ TEST_F(NotePage, isAn32BitUndecoratedWindowOutOfTaskBarsAndPagers) {
     EXPECT_TRUE(hasAtom(x, xid(note), "_NET_WM_STATE", "_NET_WM_STATE_SKIP_PAGER"));
     auto motif = x.cardinals(xid(note), "_MOTIF_WM_HINTS");
     ASSERT_TRUE(motif && motif->size() >= 3);
-    EXPECT_TRUE((*motif)[0] & 2u);    // decorations given…
-    EXPECT_EQ((*motif)[2], 0u);       // …and there are none
+    EXPECT_TRUE((*motif)[0] & 2u);   // decorations given…
+    EXPECT_EQ((*motif)[2], 0u);      // …and there are none
 }
 
 TEST_F(NotePage, hasItsWindowNumberBeforeItIsFirstShown) {
@@ -35,8 +35,9 @@ TEST_F(NotePage, showsAtItsFrameAndMovesWhenTheFrameIsSet) {
     EXPECT_EQ(xWindowState(desk.session.x(), xid(note)).frame, (Rect{300, 200, 280, 240}));
     note.window().setFrame({420, 260, 300, 250});
     EXPECT_EQ(note.window().frame(), (Rect{420, 260, 300, 250}));
-    EXPECT_TRUE(runMainContextUntil(
-        [&] { return xWindowState(desk.session.x(), xid(note)).frame == Rect{420, 260, 300, 250}; }));
+    EXPECT_TRUE(runMainContextUntil([&] {
+        return xWindowState(desk.session.x(), xid(note)).frame == Rect{420, 260, 300, 250};
+    }));
     settle(100ms);
     EXPECT_EQ(note.window().frame(), (Rect{420, 260, 300, 250}));
 }
@@ -45,12 +46,15 @@ TEST_F(NotePage, keepsTheFrameAskedForWhileTheWindowManagerPlacesTheWindow) {
     StickyController& note = openLoaded("x", recordAt({340, 230, 260, 220}));
     note.window().orderFront();
     std::vector<Rect> seen;
-    runMainContextUntil([&] {
-        seen.push_back(note.window().frame());
-        return false;
-    }, 600ms);
+    runMainContextUntil(
+        [&] {
+            seen.push_back(note.window().frame());
+            return false;
+        },
+        600ms);
     EXPECT_TRUE(xWindowState(desk.session.x(), xid(note)).viewable);
-    for (const Rect& frame : seen) ASSERT_EQ(frame, (Rect{340, 230, 260, 220}));
+    for (const Rect& frame : seen)
+        ASSERT_EQ(frame, (Rect{340, 230, 260, 220}));
 }
 
 TEST_F(NotePage, ordersOutAndBackIn) {
@@ -77,7 +81,8 @@ TEST_F(NotePage, aPinnedNoteStaysAboveOtherWindows) {
     EXPECT_TRUE(hasAtom(x, xid(pinned), "_NET_WM_STATE", "_NET_WM_STATE_ABOVE"));
     EXPECT_FALSE(hasAtom(x, xid(plain), "_NET_WM_STATE", "_NET_WM_STATE_ABOVE"));
     pinned.window().setLevel(WindowLevel::normal);
-    EXPECT_TRUE(runMainContextUntil([&] { return !hasAtom(x, xid(pinned), "_NET_WM_STATE", "_NET_WM_STATE_ABOVE"); }));
+    EXPECT_TRUE(runMainContextUntil(
+        [&] { return !hasAtom(x, xid(pinned), "_NET_WM_STATE", "_NET_WM_STATE_ABOVE"); }));
     EXPECT_EQ(pinned.window().level(), WindowLevel::normal);
 }
 
@@ -88,8 +93,8 @@ TEST_F(NotePage, aDraggedNoteIsKeptAboveAndRaisedOverTheOthers) {
     dragged.window().setLevel(StickyController::levelDrag);
     EXPECT_TRUE(runMainContextUntil([&] {
         auto stacking = x.rootCardinals("_NET_CLIENT_LIST_STACKING");
-        return hasAtom(x, xid(dragged), "_NET_WM_STATE", "_NET_WM_STATE_ABOVE") && stacking && !stacking->empty() &&
-               stacking->back() == xid(dragged);
+        return hasAtom(x, xid(dragged), "_NET_WM_STATE", "_NET_WM_STATE_ABOVE") && stacking &&
+               !stacking->empty() && stacking->back() == xid(dragged);
     }));
     (void)pinned;
 }
@@ -113,8 +118,7 @@ TEST_F(NotePage, alphaZeroMakesTheWindowFullyTransparent) {
 
 TEST_F(NotePage, focusMakesTheNoteTheActiveWindowAndTypingReachesThePage) {
     StickyController& note = openShown("", defaultRecord(), true);
-    note.window().focus();
-    EXPECT_TRUE(runMainContextUntil([&] { return activeWindow() == xid(note); }));
+    EXPECT_TRUE(focus(note));
     type("abc");
     key("Escape");
     EXPECT_TRUE(waitForSave("abc"));
@@ -129,13 +133,15 @@ TEST_F(NotePage, theFirstClickOnANoteOfABackgroundApplicationActivatesItAndReach
     xcb_window_t otherWindow = XCB_NONE;
     ASSERT_TRUE(runMainContextUntil([&] {
         otherWindow = activeWindow();
-        auto windowClass = otherWindow == XCB_NONE ? std::nullopt : desk.session.x().text(otherWindow, "WM_CLASS");
+        auto windowClass =
+            otherWindow == XCB_NONE ? std::nullopt : desk.session.x().text(otherWindow, "WM_CLASS");
         return windowClass && windowClass->find("xmessage") != std::string::npos;
     })) << "the other program did not take the focus";
     received.clear();
     ASSERT_TRUE(click(note, selector(element::view)));
     EXPECT_TRUE(runMainContextUntil([&] { return activeWindow() == xid(note); }))
         << "active " << activeWindow() << ", note " << xid(note) << ", other " << otherWindow;
-    EXPECT_TRUE(waitForMessage("focus"));
-    EXPECT_TRUE(runMainContextUntil([&] { return run(note, "document.activeElement.id") == element::editor; }));
+    EXPECT_TRUE(waitForMessage(page::message::focus));
+    EXPECT_TRUE(
+        runMainContextUntil([&] { return run(note, "document.activeElement.id") == element::editor; }));
 }

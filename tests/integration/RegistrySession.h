@@ -21,7 +21,6 @@ namespace marrowleaf::testing {
 using nlohmann::json;
 namespace fs = std::filesystem;
 
-
 inline constexpr auto startTimeout = 20s;
 // The snooze timer ticks every 20 s, so a note wakes up to 20 s after its time.
 inline constexpr auto wakeTimeout = 35s;
@@ -39,8 +38,11 @@ inline Record recordOn(std::int64_t desktop, double x = 200, double y = 150) {
 // Types as a person would into the note's editor: opens it, puts `text` in,
 // and tells the page the text changed. The page's own save follows 250 ms later.
 inline std::string typeScript(const std::string& text) {
-    return "(() => { " + byId(element::view) + ".click();"
-           " const editor = " + byId(element::editor) + ";"
+    return "(() => { " + byId(element::view) +
+           ".click();"
+           " const editor = " +
+           byId(element::editor) +
+           ";"
            " editor.value = " +
            json(text).dump() +
            ";"

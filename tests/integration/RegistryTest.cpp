@@ -1,7 +1,7 @@
 // Desktops, outside edits, the page, the message pill, snooze and delete in
 // the real program.
-#include "integration/RegistrySession.h"
 #include "input/HUD.h"
+#include "integration/RegistrySession.h"
 #include "platform/linux/GtkHudView.h"
 
 #include <cmath>
@@ -173,8 +173,9 @@ TEST_F(Registry, colourAndPinSurviveARestart) {
     const std::string id = "sticky-20240101-090000";
     seed(id, "blue and on top", recordOn(1));
     ASSERT_NO_FATAL_FAILURE(start());
-    ASSERT_TRUE(
-        client.runScript(id, "document.querySelector('" + selector(element::swatches, "button[data-name=\"blue\"]") + "').click(), true"));
+    ASSERT_TRUE(client.runScript(id, "document.querySelector('" +
+                                         selector(element::swatches, "button[data-name=\"blue\"]") +
+                                         "').click(), true"));
     ASSERT_TRUE(client.runScript(id, byId(element::pinButton) + ".click(), true"));
     ASSERT_TRUE(waitForNote(id, [](const json& n) {
         return n["record"]["color"] == "blue" && n["record"]["pinned"] == true;
@@ -188,8 +189,7 @@ TEST_F(Registry, colourAndPinSurviveARestart) {
     EXPECT_EQ((*note)["record"]["pinned"], true);
     EXPECT_TRUE(waitUntil([&] { return hasState(windowOf(id), "_NET_WM_STATE_ABOVE"); }))
         << "the pinned note is not kept above after the restart";
-    auto background =
-        client.runScript(id, "getComputedStyle(" + byId(element::note) + ").backgroundColor");
+    auto background = client.runScript(id, "getComputedStyle(" + byId(element::note) + ").backgroundColor");
     ASSERT_TRUE(background);
     EXPECT_EQ(*background, "rgb(207, 230, 255)") << "the page is not blue (#cfe6ff) after the restart";
 }
@@ -298,8 +298,9 @@ TEST_F(Registry, aSaveTypedOverAnOlderTextNeverOverwritesTheNewerFile) {
     // A save the page sent before the new text reached it arrives late: it
     // names the texts it had seen, none since it loaded. The page's message is
     // handled by the time the script's result comes back.
-    ASSERT_TRUE(
-        client.runScript(id, postScript({{page::message::type, page::message::save}, {page::field::text, "typed over the old text"}, {page::field::version, 0}})));
+    ASSERT_TRUE(client.runScript(id, postScript({{page::message::type, page::message::save},
+                                                 {page::field::text, "typed over the old text"},
+                                                 {page::field::version, 0}})));
     ASSERT_TRUE(client.snapshot());
     EXPECT_EQ(readFile(noteFile(id)), "written by another program");
     auto note = waitForNote(id, [](const json&) { return true; });

@@ -143,15 +143,19 @@ protected:
             const std::string id = noteId(serial % notesInPlay);
             const std::string text = wholeText("typist", round, serial);
             allowed.add(id, text);
-            const std::string script = "(() => { " + byId(element::view) + ".click();"
-                                       " const editor = " + byId(element::editor) + ";"
+            const std::string script = "(() => { " + byId(element::view) +
+                                       ".click();"
+                                       " const editor = " +
+                                       byId(element::editor) +
+                                       ";"
                                        " editor.value = " +
                                        json(text).dump() +
                                        ";"
                                        " editor.dispatchEvent(new Event('input', {bubbles: true}));"
                                        " editor.blur();"
                                        " document.querySelector('" +
-                                       selector(element::swatches, std::string("button[data-name=\"") + colours[serial % 6] + "\"]") +
+                                       selector(element::swatches, std::string("button[data-name=\"") +
+                                                                       colours[serial % 6] + "\"]") +
                                        "').click();"
                                        " return true; })()";
             if (!client.runScript(id, script, 2s)) return;   // the program is gone
