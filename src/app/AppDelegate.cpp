@@ -132,7 +132,7 @@ void AppDelegate::loadMarkdownPage() {
     if (!notePage) return;   // the registry reports the missing note page
     const auto page = notePage->parent_path() / "markdown.html";
     std::string html;
-    if (Store::files().read(page, html)) {
+    if (Store::files().read(page, html).failed()) {
         Log::error("markdown.html not found beside " + notePage->string() + "; notes show their text unrendered");
         return;
     }

@@ -129,6 +129,7 @@ private:
     bool isHidden(const std::string& key) const;
     void place(StickyController& controller, SpaceId space);
     void closeController(const std::string& id);
+    bool trash(const std::string& id);
     void writeNote(StickyController& controller, const std::string& text);
     // Whether a note that is open but whose file is not there is let go now.
     bool letGo(const std::string& id, double now);

@@ -69,7 +69,7 @@ void Stickies::start() {
     Store::ensureDirs();
     const auto page = Config::stickyHTML();
     std::string text;
-    if (!page || Store::files().read(*page, text)) {
+    if (!page || Store::files().read(*page, text).failed()) {
         Log::error("sticky.html not found");
         return;
     }

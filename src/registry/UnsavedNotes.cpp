@@ -15,14 +15,14 @@ UnsavedNotes::~UnsavedNotes() {
 }
 
 bool UnsavedNotes::save(const std::string& id, const std::string& text) {
-    const auto error = write(id, text);
-    if (!error) {
+    const auto written = write(id, text);
+    if (!written.failed()) {
         const bool wasKept = kept.erase(id) > 0;
         if (wasKept && kept.empty()) endEpisode(1);
         return true;
     }
     kept[id] = text;
-    if (!failing) beginEpisode(id, *error);
+    if (!failing) beginEpisode(id, written.reason());
     if (!timer) schedule();
     return false;
 }
@@ -52,14 +52,15 @@ void UnsavedNotes::retry() {
 void UnsavedNotes::quit() {
     cancelTimer();
     for (const auto& [id, text] : kept) {
-        const auto error = write(id, text);
-        if (!error) continue;
+        const auto written = write(id, text);
+        if (!written.failed()) continue;
         const auto place = rescue(id, text);
         if (place)
-            Log::error("can't save " + id + " before quitting: " + *error + "; its text is kept in " +
+            Log::error("can't save " + id + " before quitting: " + written.reason() + "; its text is kept in " +
                        place->string());
         else
-            Log::error("can't save " + id + " before quitting: " + *error + "; its text could not be kept");
+            Log::error("can't save " + id + " before quitting: " + written.reason() +
+                       "; its text could not be kept");
     }
     kept.clear();
     failing = false;
@@ -72,7 +73,7 @@ std::optional<double> UnsavedNotes::nextDelay() const {
 
 bool UnsavedNotes::writeKept() {
     for (auto it = kept.begin(); it != kept.end();) {
-        if (write(it->first, it->second)) ++it;
+        if (write(it->first, it->second).failed()) ++it;
         else it = kept.erase(it);
     }
     return kept.empty();

@@ -1,5 +1,6 @@
 #pragma once
 #include "platform/MainQueue.h"
+#include "storage/Files.h"
 
 #include <filesystem>
 #include <functional>
@@ -16,7 +17,7 @@ namespace marrowleaf {
 class UnsavedNotes {
 public:
     // Writes a note's text; gives back the system's description of a failure.
-    using Write = std::function<std::optional<std::string>(const std::string& id, const std::string& text)>;
+    using Write = std::function<Files::Result(const std::string& id, const std::string& text)>;
     // Puts text that can't reach the notes folder somewhere else; gives back where.
     using Rescue = std::function<std::optional<std::filesystem::path>(const std::string& id, const std::string& text)>;
 

@@ -16,7 +16,7 @@ namespace {
 constexpr std::string_view temporaryMark = ".tmp-";
 constexpr std::string_view uniqueSuffix = "XXXXXX";   // mkostemp's template
 
-std::string systemError(int number = errno) { return std::strerror(number); }
+Files::Result systemError(int number = errno) { return Files::Result::failure(std::strerror(number)); }
 
 // Closes a descriptor when the scope ends, whatever path leaves it.
 class Descriptor {
@@ -69,12 +69,12 @@ bool Files::isTemporaryName(std::string_view name) {
            name.substr(name.size() - suffixLength, temporaryMark.size()) == temporaryMark;
 }
 
-Files::Error DiskFiles::createDirectories(const fs::path& folder) {
+Files::Result DiskFiles::createDirectories(const fs::path& folder) {
     std::error_code error;
     fs::create_directories(folder, error);
-    if (error) return error.message();
-    if (!fs::is_directory(folder, error)) return std::string("not a folder");
-    return std::nullopt;
+    if (error) return Result::failure(error.message());
+    if (!fs::is_directory(folder, error)) return Result::failure("not a folder");
+    return Result::done();
 }
 
 std::optional<std::vector<std::string>> DiskFiles::list(const fs::path& folder) {
@@ -94,7 +94,7 @@ bool DiskFiles::exists(const fs::path& path) {
     return ::lstat(path.c_str(), &info) == 0;
 }
 
-Files::Error DiskFiles::read(const fs::path& file, std::string& bytes) {
+Files::Result DiskFiles::read(const fs::path& file, std::string& bytes) {
     Descriptor fd(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
     if (fd.get() < 0) return systemError();
     struct stat info{};
@@ -111,10 +111,10 @@ Files::Error DiskFiles::read(const fs::path& file, std::string& bytes) {
         result.append(buffer, static_cast<std::size_t>(n));
     }
     bytes = std::move(result);
-    return std::nullopt;
+    return Result::done();
 }
 
-Files::Error DiskFiles::writeAtomically(const fs::path& file, std::string_view bytes) {
+Files::Result DiskFiles::writeAtomically(const fs::path& file, std::string_view bytes) {
     const fs::path folder = folderOf(file);
     // A dot name that is not a note, so nothing mistakes the half-written file for one.
     std::string pattern =
@@ -124,7 +124,7 @@ Files::Error DiskFiles::writeAtomically(const fs::path& file, std::string_view b
     if (fd.get() < 0) return systemError();
     const fs::path temporary = pattern;
 
-    auto fail = [&](int number) -> Error {
+    auto fail = [&](int number) -> Result {
         ::unlink(temporary.c_str());
         return systemError(number);
     };
@@ -136,14 +136,14 @@ Files::Error DiskFiles::writeAtomically(const fs::path& file, std::string_view b
     if (fd.release() != 0) return fail(errno);
     if (::rename(temporary.c_str(), file.c_str()) != 0) return fail(errno);
     syncFolder(folder);
-    return std::nullopt;
+    return Result::done();
 }
 
-Files::Error DiskFiles::moveWithoutReplacing(const fs::path& from, const fs::path& to) {
+Files::Result DiskFiles::moveWithoutReplacing(const fs::path& from, const fs::path& to) {
     // A hard link fails when the name is taken, so nothing can be overwritten.
     if (::link(from.c_str(), to.c_str()) == 0) {
         ::unlink(from.c_str());
-        return std::nullopt;
+        return Result::done();
     }
     const int linkError = errno;
     if (linkError == EEXIST) return systemError(linkError);
@@ -152,12 +152,12 @@ Files::Error DiskFiles::moveWithoutReplacing(const fs::path& from, const fs::pat
     // File systems without hard links: check, then rename.
     if (exists(to)) return systemError(EEXIST);
     if (::rename(from.c_str(), to.c_str()) != 0) return systemError();
-    return std::nullopt;
+    return Result::done();
 }
 
-Files::Error DiskFiles::remove(const fs::path& file) {
+Files::Result DiskFiles::remove(const fs::path& file) {
     if (::unlink(file.c_str()) != 0) return systemError();
-    return std::nullopt;
+    return Result::done();
 }
 
 }

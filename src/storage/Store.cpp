@@ -66,15 +66,15 @@ fs::path Store::trashPath(const std::string& id) {
 }
 
 void Store::ensureDirs() {
-    if (auto error = files().createDirectories(Config::notesDir()))
-        Log::error("can't create the notes folder " + Config::notesDir().string() + ": " + *error);
+    if (auto created = files().createDirectories(Config::notesDir()); created.failed())
+        Log::error("can't create the notes folder " + Config::notesDir().string() + ": " + created.reason());
     // Writes cut short by a killed run leave their temporary files; the notes are whole.
     auto names = files().list(Config::notesDir());
     if (!names) return;
     for (const auto& name : *names) {
         if (!Files::isTemporaryName(name)) continue;
-        if (auto error = files().remove(Config::notesDir() / name))
-            Log::error("can't remove the unfinished write " + name + ": " + *error);
+        if (auto removed = files().remove(Config::notesDir() / name); removed.failed())
+            Log::error("can't remove the unfinished write " + name + ": " + removed.reason());
         else
             Log::info("removed " + name + ", a write the last run did not finish");
     }
@@ -99,28 +99,28 @@ std::string Store::newId() {
 }
 
 bool Store::write(const std::string& id, const std::string& text) {
-    if (auto error = tryWrite(id, text)) {
-        Log::error("can't save " + id + ": " + *error);
+    if (auto written = tryWrite(id, text); written.failed()) {
+        Log::error("can't save " + id + ": " + written.reason());
         return false;
     }
     return true;
 }
 
-std::optional<std::string> Store::tryWrite(const std::string& id, const std::string& text) {
+Files::Result Store::tryWrite(const std::string& id, const std::string& text) {
     return files().writeAtomically(notePath(id), text);
 }
 
 std::optional<std::filesystem::path> Store::rescue(const std::string& id, const std::string& text) {
     const std::filesystem::path folder = Config::rescueDir();
-    if (files().createDirectories(folder)) return std::nullopt;
+    if (files().createDirectories(folder).failed()) return std::nullopt;
     const std::filesystem::path file = folder / (id + noteExtension);
-    if (files().writeAtomically(file, text)) return std::nullopt;
+    if (files().writeAtomically(file, text).failed()) return std::nullopt;
     return file;
 }
 
 std::optional<std::string> Store::read(const std::string& id) {
     std::string bytes;
-    if (files().read(notePath(id), bytes)) return std::nullopt;
+    if (files().read(notePath(id), bytes).failed()) return std::nullopt;
     if (!isValidUTF8(bytes)) {
         // Left exactly as it is on disk: showing it would mean rewriting bytes we can't represent.
         if (reportedUnreadable().insert(id).second)
@@ -133,7 +133,7 @@ std::optional<std::string> Store::read(const std::string& id) {
 
 AppState Store::loadState() {
     std::string bytes;
-    if (files().read(statePath(), bytes)) return AppState{};
+    if (files().read(statePath(), bytes).failed()) return AppState{};
     std::optional<AppState> state;
     std::string problem;
     try {
@@ -157,21 +157,23 @@ bool Store::saveState(const AppState& state) {
         Log::error(std::string("can't save state: ") + error.what());
         return false;
     }
-    if (auto error = files().writeAtomically(statePath(), text)) {
-        Log::error("can't save state: " + *error);
+    if (auto written = files().writeAtomically(statePath(), text); written.failed()) {
+        Log::error("can't save state: " + written.reason());
         return false;
     }
     return true;
 }
 
-bool Store::moveToTrash(const std::string& id) {
+Files::Result Store::moveToTrash(const std::string& id) {
     files().createDirectories(Config::notesDir() / trashFolderName);
     files().remove(trashPath(id));   // an older trashed copy of the same id gives way
-    return !files().moveWithoutReplacing(notePath(id), trashPath(id));
+    return files().moveWithoutReplacing(notePath(id), trashPath(id));
 }
 
-bool Store::restoreFromTrash(const std::string& id) {
-    return !files().moveWithoutReplacing(trashPath(id), notePath(id));
+Files::Result Store::restoreFromTrash(const std::string& id) {
+    return files().moveWithoutReplacing(trashPath(id), notePath(id));
 }
+
+bool Store::exists(const std::string& id) { return files().exists(notePath(id)); }
 
 }

@@ -1,4 +1,5 @@
 #pragma once
+#include "storage/Files.h"
 #include "storage/Model.h"
 
 #include <filesystem>
@@ -27,15 +28,19 @@ struct Store {
     // written: the caller keeps the text and tries again on the next save.
     static bool write(const std::string& id, const std::string& text);
     // The same write without a log line; gives back the error's description.
-    static std::optional<std::string> tryWrite(const std::string& id, const std::string& text);
+    static Files::Result tryWrite(const std::string& id, const std::string& text);
     // Keeps text that can't reach the notes folder in the rescue folder; where it went.
     static std::optional<std::filesystem::path> rescue(const std::string& id, const std::string& text);
     // The note's text; empty when the file can't be read or is not UTF-8 (logged once per note).
     static std::optional<std::string> read(const std::string& id);
     static AppState loadState();
     static bool saveState(const AppState& state);
-    static bool moveToTrash(const std::string& id);
-    static bool restoreFromTrash(const std::string& id);
+    // Moves the note's file into the trash folder, where an older copy of the same id gives way.
+    static Files::Result moveToTrash(const std::string& id);
+    // Moves it back; fails, overwriting nothing, when the notes folder has a file of that name.
+    static Files::Result restoreFromTrash(const std::string& id);
+    // Whether the notes folder holds the note's file.
+    static bool exists(const std::string& id);
 
     static std::filesystem::path notePath(const std::string& id);
     static std::filesystem::path statePath();

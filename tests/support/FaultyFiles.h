@@ -14,27 +14,27 @@ public:
     std::optional<std::filesystem::path> failWriteOnlyIn;
     int writes = 0;
 
-    Error createDirectories(const std::filesystem::path& folder) override {
-        return failCreate ? failCreate : disk.createDirectories(folder);
+    Result createDirectories(const std::filesystem::path& folder) override {
+        return failCreate ? Result::failure(*failCreate) : disk.createDirectories(folder);
     }
     std::optional<std::vector<std::string>> list(const std::filesystem::path& folder) override {
         if (failList) return std::nullopt;
         return disk.list(folder);
     }
     bool exists(const std::filesystem::path& path) override { return disk.exists(path); }
-    Error read(const std::filesystem::path& file, std::string& bytes) override {
-        return failRead ? failRead : disk.read(file, bytes);
+    Result read(const std::filesystem::path& file, std::string& bytes) override {
+        return failRead ? Result::failure(*failRead) : disk.read(file, bytes);
     }
-    Error writeAtomically(const std::filesystem::path& file, std::string_view bytes) override {
+    Result writeAtomically(const std::filesystem::path& file, std::string_view bytes) override {
         ++writes;
         const bool inside = !failWriteOnlyIn || file.parent_path() == *failWriteOnlyIn;
-        return failWrite && inside ? failWrite : disk.writeAtomically(file, bytes);
+        return failWrite && inside ? Result::failure(*failWrite) : disk.writeAtomically(file, bytes);
     }
-    Error moveWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to) override {
-        return failMove ? failMove : disk.moveWithoutReplacing(from, to);
+    Result moveWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to) override {
+        return failMove ? Result::failure(*failMove) : disk.moveWithoutReplacing(from, to);
     }
-    Error remove(const std::filesystem::path& file) override {
-        return failRemove ? failRemove : disk.remove(file);
+    Result remove(const std::filesystem::path& file) override {
+        return failRemove ? Result::failure(*failRemove) : disk.remove(file);
     }
 
 private:

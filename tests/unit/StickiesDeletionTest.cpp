@@ -92,3 +92,54 @@ TEST_F(StickiesDeletion, undoSkipsANoteWhoseNameWasTakenMeanwhile) {
     EXPECT_EQ(noteText("a"), "a new note with the old name");
     EXPECT_EQ(readFile(notes / ".trash/a.md"), "note a");
 }
+
+TEST_F(StickiesDeletion, aNoteWhoseFileCantGoToTheTrashStaysWithItsWindowAndRecord) {
+    FaultyFiles locked;
+    locked.failMove = "Permission denied";
+    Store::useFiles(&locked);
+    post("a", {{"t", "color"}, {"name", "green"}});
+    registry->deleteNotes({"a"}, false);
+    EXPECT_TRUE(shown("a"));
+    EXPECT_EQ(readFile(notes / "a.md"), "note a");
+    EXPECT_EQ(stateOnDisk().stickies.at("a").color, "green");
+    EXPECT_EQ(log.count("ERROR can't move a to the trash: Permission denied; the note stays"), 1u);
+    EXPECT_EQ(hudText(), "⚠️ Couldn't delete a note");
+    // Nothing to undo: the note never left.
+    registry->undoDelete();
+    EXPECT_TRUE(shown("a"));
+    // The next sync sees the note it knows, not a stranger.
+    registry->sync();
+    EXPECT_EQ(stateOnDisk().stickies.at("a").color, "green");
+    EXPECT_EQ(registry->controllers().size(), 3u);
+}
+
+TEST_F(StickiesDeletion, theNotesThatCouldGoToTheTrashAreDeletedAndTheOthersStay) {
+    FaultyFiles locked;
+    Store::useFiles(&locked);
+    registry->deleteNotes({"a"}, false);
+    locked.failMove = "Read-only file system";
+    registry->deleteNotes({"b", "c"}, false);
+    EXPECT_TRUE(shown("b"));
+    EXPECT_TRUE(shown("c"));
+    EXPECT_EQ(hudText(), "⚠️ Couldn't delete 2 notes");
+    locked.failMove.reset();
+    // The last deletion is the one that moved nothing; "a" stays deleted.
+    registry->undoDelete();
+    EXPECT_FALSE(registry->controllers().count("a"));
+}
+
+TEST_F(StickiesDeletion, aNoteWhoseFileIsAlreadyGoneIsDeleted) {
+    std::filesystem::remove(notes / "a.md");
+    registry->deleteNotes({"a"}, false);
+    EXPECT_FALSE(registry->controllers().count("a"));
+    EXPECT_FALSE(stateOnDisk().stickies.count("a"));
+    EXPECT_EQ(hudText(), "🗑  Sticky deleted (undo from the menu bar)");
+}
+
+TEST_F(StickiesDeletion, aRestoreThatFailsIsLoggedAndLeavesTheFileInTheTrash) {
+    registry->deleteNotes({"a"}, false);
+    writeNote("a", "a new note with the same name");
+    registry->undoDelete();
+    EXPECT_EQ(readFile(notes / ".trash/a.md"), "note a");
+    EXPECT_EQ(log.count("ERROR can't bring a back from the trash: File exists; it stays in the trash folder"), 1u);
+}

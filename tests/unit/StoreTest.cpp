@@ -170,28 +170,28 @@ TEST_F(StoreTest, saveStateWritesPrettySortedJson) {
 
 TEST_F(StoreTest, trashingAnIdTwiceKeepsOnlyTheSecondCopy) {
     Store::write("a", "first");
-    EXPECT_TRUE(Store::moveToTrash("a"));
+    EXPECT_FALSE(Store::moveToTrash("a").failed());
     Store::write("a", "second");
-    EXPECT_TRUE(Store::moveToTrash("a"));
+    EXPECT_FALSE(Store::moveToTrash("a").failed());
     EXPECT_EQ(support::readFile(notes / ".trash/a.md"), "second");
     EXPECT_FALSE(fs::exists(notes / "a.md"));
 }
 
-TEST_F(StoreTest, trashingAMissingNoteIsFalse) { EXPECT_FALSE(Store::moveToTrash("nothing")); }
+TEST_F(StoreTest, trashingAMissingNoteFails) { EXPECT_TRUE(Store::moveToTrash("nothing").failed()); }
 
 TEST_F(StoreTest, restoreBringsTheNoteBack) {
     Store::write("a", "text");
     Store::moveToTrash("a");
-    EXPECT_TRUE(Store::restoreFromTrash("a"));
+    EXPECT_FALSE(Store::restoreFromTrash("a").failed());
     EXPECT_EQ(support::readFile(notes / "a.md"), "text");
     EXPECT_FALSE(fs::exists(notes / ".trash/a.md"));
 }
 
-TEST_F(StoreTest, restoringAnIdWhoseNameWasReusedIsFalseAndTouchesNeitherFile) {
+TEST_F(StoreTest, restoringAnIdWhoseNameWasReusedFailsAndTouchesNeitherFile) {
     Store::write("a", "trashed");
     Store::moveToTrash("a");
     Store::write("a", "new note");
-    EXPECT_FALSE(Store::restoreFromTrash("a"));
+    EXPECT_TRUE(Store::restoreFromTrash("a").failed());
     EXPECT_EQ(support::readFile(notes / "a.md"), "new note");
     EXPECT_EQ(support::readFile(notes / ".trash/a.md"), "trashed");
 }

@@ -16,11 +16,11 @@ struct Disk {
     std::map<std::string, std::string> notes;
     std::map<std::string, std::string> rescued;
 
-    std::optional<std::string> write(const std::string& id, const std::string& text) {
+    Files::Result write(const std::string& id, const std::string& text) {
         ++tries;
-        if (!writable) return "Read-only file system";
+        if (!writable) return Files::Result::failure("Read-only file system");
         notes[id] = text;
-        return std::nullopt;
+        return Files::Result::done();
     }
 };
 
