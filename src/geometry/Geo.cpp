@@ -1,10 +1,12 @@
 #include "geometry/Geo.h"
 
+#include "geometry/Snap.h"
 #include "platform/Platform.h"
 #include "shell/Log.h"
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 
 namespace marrowleaf {
 
@@ -72,9 +74,23 @@ Rect Geo::clamp(Rect rect, const Screen& screen, double inset) {
     return clamp(rect, screen.visibleFrame, inset);
 }
 
+namespace {
+
+// Between the smallest note and the area's size; the area wins when it is smaller still.
+double fitted(double size, double smallest, double room) {
+    if (!std::isfinite(size)) size = smallest;
+    return std::min(std::max(size, smallest), room);
+}
+
+double finiteOr(double value, double fallback) { return std::isfinite(value) ? value : fallback; }
+
+}
+
 Rect Geo::clamp(Rect rect, Rect visible, double inset) {
-    const double width = std::min(rect.width, visible.width);
-    const double height = std::min(rect.height, visible.height);
+    const double width = fitted(rect.width, Snap::minimumWidth, visible.width);
+    const double height = fitted(rect.height, Snap::minimumHeight, visible.height);
+    rect.x = finiteOr(rect.x, visible.minX());
+    rect.y = finiteOr(rect.y, visible.minY());
     // The far edge first and the near edge last: when the note cannot fit, its
     // top-left corner (where its header and text begin) is the part kept on screen.
     double x = std::min(rect.minX(), visible.maxX() - width + inset);

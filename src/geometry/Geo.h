@@ -33,10 +33,12 @@ struct Geo {
     // The display under the pointer, else the focused display, else the primary one.
     static Screen mouseScreen();
 
-    // Keeps a note on a display's visible area: shrinks it to that area if it is
-    // larger, then moves it inside, letting it hang over each edge by up to
-    // `inset` points (a negative inset keeps it that far inside). When it still
-    // cannot fit, its top-left corner stays on screen.
+    // Keeps a note on a display's visible area: grows it to the smallest note
+    // (a size that is no number counts as too small) and shrinks it to that
+    // area if it is larger, then moves it inside, letting it hang over each
+    // edge by up to `inset` points (a negative inset keeps it that far inside).
+    // When it still cannot fit, its top-left corner stays on screen. A position
+    // that is no number puts it at the area's top-left corner.
     static Rect clamp(Rect rect, const Screen& screen, double inset);
     static Rect clamp(Rect rect, Rect visibleArea, double inset);
 };

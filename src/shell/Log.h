@@ -10,6 +10,7 @@ namespace marrowleaf {
 struct Log {
     static void write(const std::string& level, const std::string& message);
     static void info(const std::string& message) { write("INFO", message); }
+    static void warn(const std::string& message) { write("WARN", message); }
     static void error(const std::string& message) { write("ERROR", message); }
 
     // Where lines go; set once at start (and by tests). The folder is created.

@@ -1,5 +1,7 @@
 #include "storage/Model.h"
 
+#include "shell/Log.h"
+
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <type_traits>
@@ -86,6 +88,10 @@ json ModelJSON::number(double value) {
     return value;
 }
 
+bool Frame::drawable() const {
+    return std::isfinite(x) && std::isfinite(y) && std::isfinite(w) && std::isfinite(h) && w > 0 && h > 0;
+}
+
 json ModelJSON::encode(const Frame& frame) {
     return json{
         {"x", number(frame.x)}, {"y", number(frame.y)}, {"w", number(frame.w)}, {"h", number(frame.h)}};
@@ -152,6 +158,11 @@ std::optional<Record> ModelJSON::decodeRecord(const json& value) {
 
 namespace {
 
+std::string describe(const Frame& frame) {
+    auto text = [](double value) { return ModelJSON::number(value).dump(); };
+    return text(frame.w) + " × " + text(frame.h) + " at " + text(frame.x) + ", " + text(frame.y);
+}
+
 std::map<std::string, Record> decodeStickies(const json& state) {
     auto found = state.find("stickies");
     if (found == state.end() || !found->is_object()) return {};
@@ -159,6 +170,12 @@ std::map<std::string, Record> decodeStickies(const json& state) {
     for (const auto& [id, value] : found->items()) {
         auto record = ModelJSON::decodeRecord(value);
         if (!record) return {};   // one bad record costs the whole map
+        if (!record->frame.drawable()) {
+            const Frame& f = record->frame;
+            Log::warn("the frame of " + id + " in the state file can't be shown (" + describe(f) +
+                      "); the note gets a default frame");
+            record->frame = Frame::fallback();
+        }
         stickies[id] = *record;
     }
     return stickies;

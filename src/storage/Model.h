@@ -36,6 +36,12 @@ struct Frame {
     static Frame of(const Rect& rect) { return {rect.x, rect.y, rect.width, rect.height}; }
     Rect rect() const { return {x, y, w, h}; }
 
+    // Whether it can be a window at all: every number finite, both sizes above 0.
+    bool drawable() const;
+    // Where a note whose stored frame can't be drawn shows: the size of a new
+    // note, moved onto its display when it opens.
+    static Frame fallback() { return {0, 0, 260, 220}; }
+
     // Exact comparison: frames differing in the last bit are different frames.
     bool operator==(const Frame&) const = default;
 };

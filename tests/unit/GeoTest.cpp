@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
+
 using namespace marrowleaf;
 
 namespace {
@@ -214,4 +217,27 @@ TEST_F(GeoTest, aNoteTooWideToFitWithANegativeInsetKeepsItsLeftEdgeInside) {
 TEST_F(GeoTest, clampingShrinksOnlyTheSideThatIsTooLarge) {
     const Rect visible{0, 25, 1440, 875};
     EXPECT_EQ(Geo::clamp({100, 100, 260, 2000}, visible, 6), (Rect{100, 31, 260, 875}));
+}
+
+TEST_F(GeoTest, aNoteSmallerThanTheSmallestNoteGrowsToIt) {
+    const Rect visible{0, 25, 1440, 875};
+    EXPECT_EQ(Geo::clamp({300, 200, 5, 5}, visible, 6), (Rect{300, 200, 170, 110}));
+    EXPECT_EQ(Geo::clamp({300, 200, 500, 40}, visible, 6), (Rect{300, 200, 500, 110}));
+}
+
+TEST_F(GeoTest, aGrownNoteAtTheEdgeStaysOnScreen) {
+    const Rect visible{0, 25, 1440, 875};
+    EXPECT_EQ(Geo::clamp({1430, 895, 5, 5}, visible, 6), (Rect{1276, 796, 170, 110}));
+}
+
+TEST_F(GeoTest, sizesAndPlacesThatAreNoNumbersBecomeTheSmallestNoteAtTheCorner) {
+    const Rect visible{0, 25, 1440, 875};
+    const double nan = std::nan("");
+    EXPECT_EQ(Geo::clamp({nan, nan, nan, nan}, visible, 6), (Rect{0, 25, 170, 110}));
+    const double inf = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(Geo::clamp({inf, -inf, inf, 300}, visible, 6), (Rect{0, 25, 170, 300}));
+}
+
+TEST_F(GeoTest, anAreaSmallerThanTheSmallestNoteIsFilled) {
+    EXPECT_EQ(Geo::clamp({0, 0, 5, 5}, Rect{0, 0, 120, 80}, 0), (Rect{0, 0, 120, 80}));
 }

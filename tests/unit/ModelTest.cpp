@@ -1,6 +1,8 @@
+#include "LogCapture.h"
 #include "storage/Model.h"
 
 #include <cmath>
+#include <limits>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -199,4 +201,41 @@ TEST(Model, aWholeDesktopWrittenAsAFloatStillReads) {
     json value = recordJSON();
     value["desktop"] = 2.0;
     EXPECT_EQ(ModelJSON::decodeRecord(value)->desktop, 2);
+}
+
+TEST(Model, aFrameThatCantBeDrawnGivesTheNoteADefaultFrameAndANamedWarning) {
+    support::LogCapture log;
+    const AppState state = decode(R"({"stickies": {
+        "wide": {"screen":"A","desktop":1,"color":"pink","frame":{"x":10,"y":20,"w":-260,"h":220}},
+        "flat": {"screen":"A","desktop":2,"color":"blue","frame":{"x":10,"y":20,"w":260,"h":0}},
+        "fine": {"screen":"A","desktop":1,"color":"green","frame":{"x":10,"y":20,"w":5,"h":5}}}})");
+    ASSERT_EQ(state.stickies.size(), 3u);
+    EXPECT_EQ(state.stickies.at("wide").frame, Frame::fallback());
+    EXPECT_EQ(state.stickies.at("wide").color, "pink");
+    EXPECT_EQ(state.stickies.at("flat").frame, Frame::fallback());
+    EXPECT_EQ(state.stickies.at("flat").desktop, 2);
+    // Small but drawable: the display makes it bigger when it shows.
+    EXPECT_EQ(state.stickies.at("fine").frame, (Frame{10, 20, 5, 5}));
+    EXPECT_EQ(log.count("WARN the frame of wide in the state file can't be shown (-260 × 220 at 10, 20); "
+                        "the note gets a default frame"),
+              1u);
+    EXPECT_EQ(log.count("WARN the frame of flat in the state file can't be shown (260 × 0 at 10, 20); "
+                        "the note gets a default frame"),
+              1u);
+}
+
+TEST(Model, framesWithNumbersOutOfRangeOrSizesOfZeroAreNotDrawable) {
+    EXPECT_FALSE((Frame{0, 0, std::nan(""), 10}).drawable());
+    EXPECT_FALSE((Frame{0, std::numeric_limits<double>::infinity(), 10, 10}).drawable());
+    EXPECT_FALSE((Frame{0, 0, 10, 0}).drawable());
+    EXPECT_FALSE((Frame{0, 0, -1, 10}).drawable());
+    EXPECT_TRUE((Frame{-5, -5, 1, 1}).drawable());
+}
+
+TEST(Model, aDefaultFrameIsWrittenBackAsNumbers) {
+    support::LogCapture log;
+    AppState state = decode(R"({"stickies": {
+        "wide": {"screen":"A","desktop":1,"color":"pink","frame":{"x":10,"y":20,"w":-260,"h":220}}}})");
+    const json written = json::parse(ModelJSON::text(state));
+    EXPECT_EQ(written["stickies"]["wide"]["frame"], json::parse(R"({"x":0,"y":0,"w":260,"h":220})"));
 }

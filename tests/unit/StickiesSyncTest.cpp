@@ -435,3 +435,38 @@ TEST_F(StickiesStartPages, withNoNoteInFrontNoPageWaits) {
     EXPECT_EQ(pagesOf("third"), 1u);
 }
 
+
+TEST_F(StickiesSync, aTinyFrameShowsAsTheSmallestNoteOnScreenAndIsWrittenBackSo) {
+    AppState state;
+    state.stickies["tiny"] = record(1, {1435, 895, 5, 5});
+    saveState(state);
+    writeNote("tiny", "can you see me");
+    registry->start();
+    const Rect frame = controller("tiny").window().frame();
+    EXPECT_GE(frame.width, 170);
+    EXPECT_GE(frame.height, 110);
+    const Rect visible = platform.screens.screens.front().visibleFrame;
+    EXPECT_GE(std::min(frame.maxX(), visible.maxX()) - std::max(frame.minX(), visible.minX()), 170 - 6);
+    EXPECT_GE(std::min(frame.maxY(), visible.maxY()) - std::max(frame.minY(), visible.minY()), 110 - 6);
+    registry->commitFrames({"tiny"});
+    registry->saveAll();
+    EXPECT_TRUE(stateOnDisk().stickies.at("tiny").frame.drawable());
+    EXPECT_GE(stateOnDisk().stickies.at("tiny").frame.w, 170);
+}
+
+TEST_F(StickiesSync, aNegativeWidthInTheStateFileNeverReachesTheWindowOrTheFileAgain) {
+    writeFile(notes / ".stickies.json",
+              R"({"stickies": {"bent": {"screen":"MAIN","desktop":1,"color":"blue","pinned":true,)"
+              R"("frame":{"x":300,"y":200,"w":-260,"h":220}}}})");
+    writeNote("bent", "text");
+    registry->start();
+    EXPECT_EQ(log.count("WARN the frame of bent in the state file can't be shown"), 1u);
+    const Rect frame = controller("bent").window().frame();
+    EXPECT_GT(frame.width, 0);
+    EXPECT_GT(frame.height, 0);
+    registry->saveAll();
+    const Record written = stateOnDisk().stickies.at("bent");
+    EXPECT_TRUE(written.frame.drawable());
+    EXPECT_EQ(written.color, "blue");
+    EXPECT_EQ(written.pinned, true);
+}
