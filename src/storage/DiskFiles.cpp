@@ -61,6 +61,21 @@ fs::path folderOf(const fs::path& file) {
     return parent.empty() ? fs::path(".") : parent;
 }
 
+// The file a path ends at once every symbolic link on the way is followed,
+// whether or not that file exists yet. A loop of links ends where it is
+// noticed, and the write there fails like any other.
+fs::path followLinks(fs::path path) {
+    constexpr int mostLinks = 40;   // the kernel's own limit
+    for (int hop = 0; hop < mostLinks; ++hop) {
+        std::error_code error;
+        if (!fs::is_symlink(fs::symlink_status(path, error))) return path;
+        const fs::path target = fs::read_symlink(path, error);
+        if (error) return path;
+        path = target.is_absolute() ? target : folderOf(path) / target;
+    }
+    return path;
+}
+
 }
 
 bool Files::isTemporaryName(std::string_view name) {
@@ -94,6 +109,14 @@ bool DiskFiles::exists(const fs::path& path) {
     return ::lstat(path.c_str(), &info) == 0;
 }
 
+std::optional<fs::path> DiskFiles::linkTarget(const fs::path& path) {
+    std::error_code error;
+    if (!fs::is_symlink(fs::symlink_status(path, error))) return std::nullopt;
+    fs::path target = fs::read_symlink(path, error);
+    if (error) return std::nullopt;
+    return target;
+}
+
 Files::Result DiskFiles::read(const fs::path& file, std::string& bytes) {
     Descriptor fd(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
     if (fd.get() < 0) return systemError();
@@ -114,7 +137,9 @@ Files::Result DiskFiles::read(const fs::path& file, std::string& bytes) {
     return Result::done();
 }
 
-Files::Result DiskFiles::writeAtomically(const fs::path& file, std::string_view bytes) {
+Files::Result DiskFiles::writeAtomically(const fs::path& path, std::string_view bytes) {
+    // A note that is a link stays one: the file it points at is what gets replaced.
+    const fs::path file = followLinks(path);
     const fs::path folder = folderOf(file);
     // A dot name that is not a note, so nothing mistakes the half-written file for one.
     std::string pattern =

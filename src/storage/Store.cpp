@@ -50,6 +50,14 @@ std::set<std::string>& reportedUnreadable() {
     return ids;
 }
 
+// A note file that is a link to nothing would otherwise just not show, with no word why.
+void reportBrokenLink(const std::string& id, const std::string& reason) {
+    const auto target = Store::files().linkTarget(Store::notePath(id));
+    if (!target || !reportedUnreadable().insert(id).second) return;
+    Log::warn(Store::notePath(id).filename().string() + " is a link to " + target->string() + ", which can't be read (" +
+              reason + "); the note is not shown");
+}
+
 }
 
 Files& Store::files() {
@@ -120,7 +128,10 @@ std::optional<std::filesystem::path> Store::rescue(const std::string& id, const 
 
 std::optional<std::string> Store::read(const std::string& id) {
     std::string bytes;
-    if (files().read(notePath(id), bytes).failed()) return std::nullopt;
+    if (auto read = files().read(notePath(id), bytes); read.failed()) {
+        reportBrokenLink(id, read.reason());
+        return std::nullopt;
+    }
     if (!isValidUTF8(bytes)) {
         // Left exactly as it is on disk: showing it would mean rewriting bytes we can't represent.
         if (reportedUnreadable().insert(id).second)

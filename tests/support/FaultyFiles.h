@@ -22,6 +22,9 @@ public:
         return disk.list(folder);
     }
     bool exists(const std::filesystem::path& path) override { return disk.exists(path); }
+    std::optional<std::filesystem::path> linkTarget(const std::filesystem::path& path) override {
+        return disk.linkTarget(path);
+    }
     Result read(const std::filesystem::path& file, std::string& bytes) override {
         return failRead ? Result::failure(*failRead) : disk.read(file, bytes);
     }

@@ -296,3 +296,58 @@ TEST_F(StoreTest, aWriteThatRunsOutOfSpaceLeavesTheNoteWholeOnARealDisk) {
     for ([[maybe_unused]] auto& entry : fs::directory_iterator(tiny)) ++entries;
     EXPECT_EQ(entries, 1u);   // the half-written temporary file is gone
 }
+
+// --- notes that are symbolic links
+
+TEST_F(StoreTest, savingANoteThatLinksIntoTheFolderWritesThroughAndKeepsTheLink) {
+    fs::create_directories(notes / "texts");
+    support::writeFile(notes / "texts/shopping.txt", "old text");
+    fs::create_symlink("texts/shopping.txt", notes / "a.md");
+    EXPECT_EQ(Store::read("a"), "old text");
+    ASSERT_TRUE(Store::write("a", "new text"));
+    EXPECT_TRUE(fs::is_symlink(fs::symlink_status(notes / "a.md")));
+    EXPECT_EQ(fs::read_symlink(notes / "a.md"), "texts/shopping.txt");
+    EXPECT_EQ(support::readFile(notes / "texts/shopping.txt"), "new text");
+    EXPECT_EQ(Store::read("a"), "new text");
+    // The temporary file was made beside the target, and is gone.
+    EXPECT_EQ(std::distance(fs::directory_iterator(notes / "texts"), fs::directory_iterator()), 1);
+}
+
+TEST_F(StoreTest, savingANoteThatLinksOutsideTheFolderWritesThroughToThatFile) {
+    const fs::path elsewhere = root / "Documents/plan.md";
+    support::writeFile(elsewhere, "old plan");
+    fs::permissions(elsewhere, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+    fs::create_symlink(elsewhere, notes / "plan.md");
+    ASSERT_TRUE(Store::write("plan", "new plan"));
+    EXPECT_TRUE(fs::is_symlink(fs::symlink_status(notes / "plan.md")));
+    EXPECT_EQ(support::readFile(elsewhere), "new plan");
+    // The replaced file keeps its permissions.
+    EXPECT_EQ(fs::status(elsewhere).permissions() & fs::perms::all,
+              fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+}
+
+TEST_F(StoreTest, aChainOfLinksIsFollowedToItsEnd) {
+    support::writeFile(root / "real.md", "text");
+    fs::create_symlink(root / "real.md", root / "middle.md");
+    fs::create_symlink("../../middle.md", notes / "a.md");
+    ASSERT_TRUE(Store::write("a", "changed"));
+    EXPECT_EQ(support::readFile(root / "real.md"), "changed");
+    EXPECT_TRUE(fs::is_symlink(fs::symlink_status(root / "middle.md")));
+    EXPECT_TRUE(fs::is_symlink(fs::symlink_status(notes / "a.md")));
+}
+
+TEST_F(StoreTest, aLinkThatPointsNowhereIsNamedInAWarningOnceAndLeftAlone) {
+    fs::create_symlink("gone.txt", notes / "a.md");
+    EXPECT_EQ(Store::read("a"), std::nullopt);
+    EXPECT_EQ(Store::read("a"), std::nullopt);
+    EXPECT_EQ(log.count("WARN a.md is a link to gone.txt, which can't be read (No such file or directory); "
+                        "the note is not shown"),
+              1u);
+    EXPECT_TRUE(fs::is_symlink(fs::symlink_status(notes / "a.md")));
+    EXPECT_FALSE(fs::exists(notes / "gone.txt"));
+}
+
+TEST_F(StoreTest, aMissingPlainFileIsNoLinkAndGetsNoWarning) {
+    EXPECT_EQ(Store::read("nothing"), std::nullopt);
+    EXPECT_EQ(log.count("WARN"), 0u);
+}
