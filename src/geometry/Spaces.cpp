@@ -31,7 +31,8 @@ DisplaySpaces readDisplay(const DisplayDescription& description) {
     display.display = description.identifier;
     // Displays that share one set of desktops are described once, as "Main".
     if (display.display == WindowServer::mainDisplay) display.display = Geo::primaryUUID();
-    for (const auto& space : description.spaces) display.spaces.push_back(readSpace(space));
+    for (const auto& space : description.spaces)
+        display.spaces.push_back(readSpace(space));
     display.current = description.currentSpace.value_or(0);
     return display;
 }
@@ -51,7 +52,8 @@ void Spaces::update() {
     Model& shared = model();
     if (!description) {
         // Said once per outage: refreshes ask many times a second while dragging.
-        if (!shared.lastUpdateFailed) Log::error("can't read the desktops from the window server; keeping the last known ones");
+        if (!shared.lastUpdateFailed)
+            Log::error("can't read the desktops from the window server; keeping the last known ones");
         shared.lastUpdateFailed = true;
         return;
     }
@@ -92,14 +94,18 @@ std::vector<SpaceId> Spaces::spacesForWindow(WindowNumber window) {
     return Platform::windowServer().spacesOfWindow(window);
 }
 
-bool Spaces::move(WindowNumber window, SpaceId space) {
+void Spaces::move(WindowNumber window, SpaceId space, WindowServer::Moved done) {
     if (space == 0) {
         Log::error("can't move window " + std::to_string(window) + " to an unknown desktop");
-        return false;
+        done(false);
+        return;
     }
-    Platform::windowServer().putWindowOnSpace(window, space);
-    const auto after = spacesForWindow(window);
-    return after.size() == 1 && after.front() == space;
+    Platform::windowServer().putWindowOnSpace(window, space,
+                                              [window, space, done = std::move(done)](bool moved) {
+                                                  // The window server's own listing has the last word.
+                                                  const auto after = spacesForWindow(window);
+                                                  done(moved && after.size() == 1 && after.front() == space);
+                                              });
 }
 
 }

@@ -50,9 +50,9 @@ struct Spaces {
     static std::optional<std::int64_t> typeOf(SpaceId space);
     // Every desktop the window is on, shown or not.
     static std::vector<SpaceId> spacesForWindow(WindowNumber window);
-    // Puts the window on exactly `space`; true when the window server then
-    // lists it on that desktop and no other.
-    static bool move(WindowNumber window, SpaceId space);
+    // Puts the window on exactly `space`; `done` hears true when the window
+    // server reports it there and then lists it on that desktop and no other.
+    static void move(WindowNumber window, SpaceId space, WindowServer::Moved done);
 };
 
 }

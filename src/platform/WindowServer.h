@@ -63,10 +63,16 @@ public:
     // Every desktop the window is on, shown or not, in any order; empty when the
     // window is unknown or on none. A window on all desktops lists them all.
     virtual std::vector<SpaceId> spacesOfWindow(WindowNumber window) const = 0;
+    // The window server's answer to a move: whether it put the window there.
+    using Moved = std::function<void(bool moved)>;
     // Asks the window server to put the window on `space` and on no other
-    // desktop. Returns once the window server has settled the request or given
-    // up on it, so that `spacesOfWindow` then reads the outcome.
-    virtual void putWindowOnSpace(WindowNumber window, SpaceId space) = 0;
+    // desktop, and answers through `moved`, once: true when the window server
+    // itself reports the window there (never our own word for it), false when
+    // it has not after a bounded wait and retries. The answer may come at once
+    // or later, from the main queue. A second request for a window overtakes
+    // the first, which is answered false. No answer comes after the window
+    // server is gone.
+    virtual void putWindowOnSpace(WindowNumber window, SpaceId space, Moved moved) = 0;
     // Calls `handler` after the focused or a shown desktop changed.
     virtual std::unique_ptr<Subscription> watchActiveSpace(Handler handler) = 0;
 };

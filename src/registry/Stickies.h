@@ -130,6 +130,8 @@ private:
     void place(StickyController& controller, SpaceId space);
     void closeController(const std::string& id);
     bool trash(const std::string& id);
+    void finishMoving(const std::string& id, SpaceId space, bool moved);
+    void stopMoving(StickyController& controller);
     void writeNote(StickyController& controller, const std::string& text);
     // Whether a note that is open but whose file is not there is let go now.
     bool letGo(const std::string& id, double now);

@@ -254,12 +254,13 @@ void Stickies::refresh() {
         const bool show = where && !hiddenHere(*where) && !asleep;
         const SpaceId space = where ? where->space : 0;
 
+        if (controller.moving && !(show && controller.moving == space)) stopMoving(controller);
         if (controller.visible && !(show && controller.placed == space)) {
             controller.window().orderOut();
             controller.visible = false;
             controller.placed.reset();
         }
-        if (show && !controller.visible) place(controller, space);
+        if (show && !controller.visible && !controller.moving) place(controller, space);
 
         if (!onScreen(controller) && selected.count(id)) {
             selected.erase(id);
@@ -280,21 +281,48 @@ void Stickies::place(StickyController& controller, SpaceId space) {
     const SpaceId focused = Platform::windowServer().focusedSpace();
     const auto focusedType = Spaces::typeOf(focused);
     if (!controller.remoteTried && focusedType && *focusedType == WindowServer::ordinaryType) {
+        // Shown unseen, so the window manager takes the window, then sent on.
         NoteWindow& window = controller.window();
         window.setAlpha(0);
         window.orderFront();
-        if (Spaces::move(window.windowNumber(), space)) {
-            window.setAlpha(1);
-            controller.visible = true;
-            controller.placed = space;
-            return;
-        }
-        window.orderOut();
-        window.setAlpha(1);
+        controller.moving = space;
+        Spaces::move(window.windowNumber(), space,
+                     [this, id = controller.id, space](bool moved) { finishMoving(id, space, moved); });
+        return;
     }
     // Placing on a desktop that is not in front is tried once; after that the
     // note waits until its desktop comes to the front.
     controller.remoteTried = true;
+}
+
+void Stickies::finishMoving(const std::string& id, SpaceId space, bool moved) {
+    auto found = open.find(id);
+    // A note closed, hidden or sent elsewhere meanwhile has no use for the answer.
+    if (found == open.end() || found->second->moving != space) return;
+    StickyController& controller = *found->second;
+    controller.moving.reset();
+    NoteWindow& window = controller.window();
+    if (moved) {
+        window.setAlpha(1);
+        controller.visible = true;
+        controller.placed = space;
+        return;
+    }
+    window.orderOut();
+    window.setAlpha(1);
+    controller.remoteTried = true;
+    const auto number = Locations::desktopNumber(space);
+    Log::error("can't put " + id + " on desktop " +
+               (number ? std::to_string(*number) : std::to_string(space)) +
+               ": the window manager did not move it; it shows when that desktop is in front");
+    // Its desktop may have come to the front while the window manager was asked.
+    if (Spaces::active().count(space)) place(controller, space);
+}
+
+void Stickies::stopMoving(StickyController& controller) {
+    controller.moving.reset();
+    controller.window().orderOut();
+    controller.window().setAlpha(1);
 }
 
 bool Stickies::onActiveDesktop(const std::string& id) {

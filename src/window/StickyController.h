@@ -42,6 +42,8 @@ public:
     bool visible = false;
     // The desktop the window was shown on.
     std::optional<SpaceId> placed;
+    // The desktop the window manager was asked to put the window on, until it answers.
+    std::optional<SpaceId> moving;
     // Putting the window on a desktop that is not in front failed once.
     bool remoteTried = false;
     // Width of the page's button strip at the right of the header, in points,

@@ -9,6 +9,7 @@
 #include "geometry/Spaces.h"
 #include "platform/Platform.h"
 #include "platform/linux/DisplayUuid.h"
+#include "platform/linux/GLibMainQueue.h"
 #include "platform/linux/XcbAccessibility.h"
 #include "platform/linux/XcbConnection.h"
 #include "platform/linux/XcbScreens.h"
@@ -191,10 +192,12 @@ protected:
     XcbScreens screens{connection};
     XcbWindowServer windowServer{connection, screens};
     XcbAccessibility accessibility{connection};
+    GLibMainQueue mainQueue;
 
     void SetUp() override {
         previous = Platform::current();
         Platform::Services platform = previous;
+        platform.mainQueue = &mainQueue;
         platform.screens = &screens;
         platform.windowServer = &windowServer;
         platform.accessibility = &accessibility;
@@ -218,6 +221,14 @@ protected:
     bool isActive(const TestWindow& window) {
         auto active = x().rootCardinals("_NET_ACTIVE_WINDOW");
         return active && !active->empty() && active->front() == window.id();
+    }
+
+    // Moves the window and waits for the window manager's answer; absent when none came.
+    std::optional<bool> move(xcb_window_t window, SpaceId space) {
+        std::optional<bool> answer;
+        Spaces::move(window, space, [&](bool moved) { answer = moved; });
+        runMainContextUntil([&] { return answer.has_value(); }, 15s);
+        return answer;
     }
 
     std::optional<DisplayDescription> firstDisplay() {
@@ -269,7 +280,7 @@ TEST_F(DesktopGeometry, noAnnouncementFollowsOnceTheWatchIsGone) {
 TEST_F(DesktopGeometry, aWindowPutOnDesktopThreeIsThereAndHiddenWhileDesktopOneShows) {
     auto window = managedWindow();
     ASSERT_TRUE(window->isViewable());
-    EXPECT_TRUE(Spaces::move(window->id(), 3));
+    EXPECT_EQ(move(window->id(), 3), true);
     EXPECT_EQ(windowServer.spacesOfWindow(window->id()), (std::vector<SpaceId>{3}));
     // What the window manager itself publishes, read apart from the adapter.
     EXPECT_EQ(x().cardinals(window->id(), "_NET_WM_DESKTOP"), std::vector<std::uint32_t>{2});
@@ -279,9 +290,9 @@ TEST_F(DesktopGeometry, aWindowPutOnDesktopThreeIsThereAndHiddenWhileDesktopOneS
 
 TEST_F(DesktopGeometry, aWindowBroughtBackToTheShownDesktopIsVisibleAgain) {
     auto window = managedWindow();
-    ASSERT_TRUE(Spaces::move(window->id(), 2));
+    ASSERT_EQ(move(window->id(), 2), true);
     ASSERT_TRUE(waitUntil([&] { return !window->isViewable(); }));
-    EXPECT_TRUE(Spaces::move(window->id(), 1));
+    EXPECT_EQ(move(window->id(), 1), true);
     EXPECT_TRUE(waitUntil([&] { return window->isViewable(); }));
 }
 
@@ -307,17 +318,21 @@ TEST_F(DesktopGeometry, anUnmappedWindowPutOnADesktopShowsThereWhenMapped) {
     TestWindow::Options hidden;
     hidden.mapped = false;
     TestWindow window(x(), hidden);
-    EXPECT_TRUE(Spaces::move(window.id(), 4));
+    // The window manager is asked once it has taken the window.
+    std::optional<bool> answer;
+    Spaces::move(window.id(), 4, [&](bool moved) { answer = moved; });
     xcb_map_window(x().get(), window.id());
     xcb_flush(x().get());
     ASSERT_TRUE(window.waitUntilManaged());
+    ASSERT_TRUE(runMainContextUntil([&] { return answer.has_value(); }, 15s));
+    EXPECT_EQ(answer, true);
     EXPECT_EQ(x().cardinals(window.id(), "_NET_WM_DESKTOP"), std::vector<std::uint32_t>{3});
     EXPECT_FALSE(window.isViewable());
 }
 
 TEST_F(DesktopGeometry, puttingAWindowOnADesktopThatDoesNotExistLeavesItWhereItIs) {
     auto window = managedWindow();
-    EXPECT_FALSE(Spaces::move(window->id(), 9));
+    EXPECT_EQ(move(window->id(), 9), false);
     EXPECT_EQ(windowServer.spacesOfWindow(window->id()), (std::vector<SpaceId>{1}));
 }
 
@@ -558,7 +573,7 @@ TEST_F(DesktopGeometry, aWindowOnAnotherDesktopHidesNothing) {
     TestWindow::Options other;
     other.area = {200, 200, 300, 200};
     auto window = managedWindow(other);
-    ASSERT_TRUE(Spaces::move(window->id(), 2));
+    ASSERT_EQ(move(window->id(), 2), true);
     ASSERT_TRUE(waitUntil([&] { return !window->isViewable(); }));
     EXPECT_EQ(accessibility.whatIsAt({350, 300}), DesktopHit::bareDesktop);
 }

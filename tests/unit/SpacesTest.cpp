@@ -1,6 +1,6 @@
 #include "geometry/Spaces.h"
-#include "platform/fake/FakePlatform.h"
 #include "LogCapture.h"
+#include "platform/fake/FakePlatform.h"
 
 #include <gtest/gtest.h>
 
@@ -218,13 +218,22 @@ TEST_F(SpacesTest, spacesForWindowListsEveryDesktopTheWindowIsOn) {
     EXPECT_EQ(Spaces::spacesForWindow(41), (std::vector<SpaceId>{1, 3}));
 }
 
-TEST_F(SpacesTest, anUnknownWindowIsOnNoDesktop) {
-    EXPECT_TRUE(Spaces::spacesForWindow(41).empty());
+TEST_F(SpacesTest, anUnknownWindowIsOnNoDesktop) { EXPECT_TRUE(Spaces::spacesForWindow(41).empty()); }
+
+namespace {
+
+// What a move answered; absent while it has not.
+std::optional<bool> moveAnswer(WindowNumber window, SpaceId space) {
+    std::optional<bool> answer;
+    Spaces::move(window, space, [&](bool moved) { answer = moved; });
+    return answer;
+}
+
 }
 
 TEST_F(SpacesTest, moveSucceedsWhenTheWindowEndsOnTheTargetAlone) {
     platform.windowServer.windowSpaces[41] = {1};
-    EXPECT_TRUE(Spaces::move(41, 3));
+    EXPECT_EQ(moveAnswer(41, 3), true);
     EXPECT_EQ(platform.windowServer.moves, (std::vector<FakeWindowServer::Move>{{41, 3}}));
     EXPECT_EQ(Spaces::spacesForWindow(41), (std::vector<SpaceId>{3}));
 }
@@ -232,25 +241,57 @@ TEST_F(SpacesTest, moveSucceedsWhenTheWindowEndsOnTheTargetAlone) {
 TEST_F(SpacesTest, moveFailsWhenTheWindowIsStillListedOnASecondDesktop) {
     platform.windowServer.windowSpaces[41] = {1};
     platform.windowServer.spacesAfterMove = std::vector<SpaceId>{3, 1};
-    EXPECT_FALSE(Spaces::move(41, 3));
+    EXPECT_EQ(moveAnswer(41, 3), false);
 }
 
 TEST_F(SpacesTest, moveFailsWhenTheWindowServerListsTheWindowOnNoDesktop) {
     platform.windowServer.windowSpaces[41] = {1};
     platform.windowServer.spacesAfterMove = std::vector<SpaceId>{};
-    EXPECT_FALSE(Spaces::move(41, 3));
+    EXPECT_EQ(moveAnswer(41, 3), false);
 }
 
 TEST_F(SpacesTest, moveFailsWhenTheWindowStaysOnAnotherDesktop) {
     platform.windowServer.windowSpaces[41] = {1};
     platform.windowServer.spacesAfterMove = std::vector<SpaceId>{1};
-    EXPECT_FALSE(Spaces::move(41, 3));
+    EXPECT_EQ(moveAnswer(41, 3), false);
 }
 
 TEST_F(SpacesTest, movingAWindowToTheUnknownDesktopIsRefusedWithoutAskingTheWindowServer) {
     support::LogCapture log;
     platform.windowServer.windowSpaces[41] = {1};
-    EXPECT_FALSE(Spaces::move(41, 0));
+    EXPECT_EQ(moveAnswer(41, 0), false);
     EXPECT_TRUE(platform.windowServer.moves.empty());
     EXPECT_EQ(log.count("ERROR can't move window 41 to an unknown desktop"), 1u);
+}
+
+TEST_F(SpacesTest, aMoveAnswersOnlyWhenTheWindowServerDoes) {
+    platform.windowServer.windowSpaces[41] = {1};
+    platform.windowServer.holdMoves = true;
+    std::optional<bool> answer;
+    Spaces::move(41, 3, [&](bool moved) { answer = moved; });
+    EXPECT_FALSE(answer);
+    platform.windowServer.answerMoves(true);
+    EXPECT_EQ(answer, true);
+}
+
+TEST_F(SpacesTest, aMoveTheWindowServerGivesUpOnFails) {
+    platform.windowServer.windowSpaces[41] = {1};
+    platform.windowServer.holdMoves = true;
+    std::optional<bool> answer;
+    Spaces::move(41, 3, [&](bool moved) { answer = moved; });
+    platform.windowServer.answerMoves(false);
+    EXPECT_EQ(answer, false);
+    EXPECT_EQ(Spaces::spacesForWindow(41), (std::vector<SpaceId>{1}));
+}
+
+TEST_F(SpacesTest, aSecondMoveOfAWindowOvertakesTheFirst) {
+    platform.windowServer.windowSpaces[41] = {1};
+    platform.windowServer.holdMoves = true;
+    std::optional<bool> first, second;
+    Spaces::move(41, 2, [&](bool moved) { first = moved; });
+    Spaces::move(41, 3, [&](bool moved) { second = moved; });
+    EXPECT_EQ(first, false);
+    platform.windowServer.answerMoves(true);
+    EXPECT_EQ(second, true);
+    EXPECT_EQ(Spaces::spacesForWindow(41), (std::vector<SpaceId>{3}));
 }

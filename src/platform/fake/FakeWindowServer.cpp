@@ -13,18 +13,46 @@ std::vector<SpaceId> FakeWindowServer::spacesOfWindow(WindowNumber window) const
     return found->second;
 }
 
-void FakeWindowServer::putWindowOnSpace(WindowNumber window, SpaceId space) {
+void FakeWindowServer::putWindowOnSpace(WindowNumber window, SpaceId space, Moved moved) {
     moves.push_back({window, space});
-    windowSpaces[window] = spacesAfterMove.value_or(std::vector<SpaceId>{space});
+    if (holdMoves) {
+        for (auto it = held.begin(); it != held.end();) {
+            if (it->first.window != window) {
+                ++it;
+                continue;
+            }
+            auto overtaken = std::move(it->second);
+            it = held.erase(it);
+            overtaken(false);
+        }
+        held.emplace_back(Move{window, space}, std::move(moved));
+        return;
+    }
+    moved(settle({window, space}));
 }
 
-void FakeWindowServer::shareDesktops(const std::vector<std::string>& displayUUIDs, int count, SpaceId current) {
+bool FakeWindowServer::settle(const Move& move) {
+    windowSpaces[move.window] = spacesAfterMove.value_or(std::vector<SpaceId>{move.space});
+    const auto& now = windowSpaces[move.window];
+    return now.size() == 1 && now.front() == move.space;
+}
+
+void FakeWindowServer::answerMoves(bool move) {
+    auto answering = std::move(held);
+    held.clear();
+    for (auto& [request, moved] : answering)
+        moved(move && settle(request));
+}
+
+void FakeWindowServer::shareDesktops(const std::vector<std::string>& displayUUIDs, int count,
+                                     SpaceId current) {
     std::vector<SpaceDescription> spaces;
     for (int index = 1; index <= count; ++index) {
         spaces.push_back({static_cast<SpaceId>(index), std::nullopt, ordinaryType});
     }
     description.clear();
-    for (const auto& uuid : displayUUIDs) description.push_back({uuid, spaces, current});
+    for (const auto& uuid : displayUUIDs)
+        description.push_back({uuid, spaces, current});
     focused = current;
 }
 

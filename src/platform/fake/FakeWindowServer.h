@@ -20,7 +20,7 @@ public:
     std::optional<std::vector<DisplayDescription>> describeDisplays() const override;
     SpaceId focusedSpace() const override { return focused; }
     std::vector<SpaceId> spacesOfWindow(WindowNumber window) const override;
-    void putWindowOnSpace(WindowNumber window, SpaceId space) override;
+    void putWindowOnSpace(WindowNumber window, SpaceId space, Moved moved) override;
     std::unique_ptr<Subscription> watchActiveSpace(Handler handler) override {
         return activeChanges.subscribe(std::move(handler));
     }
@@ -42,9 +42,18 @@ public:
     std::optional<std::vector<SpaceId>> spacesAfterMove;
     // Every move asked for, in order.
     std::vector<Move> moves;
+    // While set, moves are not answered until the test calls `answerMoves`,
+    // as a window manager that is slow to manage new windows.
+    bool holdMoves = false;
+    // Answers every move held so far: the windows go where a move would put them, or stay.
+    void answerMoves(bool move);
+    std::size_t heldMoves() const { return held.size(); }
 
 private:
     FakeSignal activeChanges;
+    std::vector<std::pair<Move, Moved>> held;
+
+    bool settle(const Move& move);
 };
 
 }

@@ -189,7 +189,13 @@ void XcbConnection::followProperties(xcb_window_t window) {
 
 std::unique_ptr<Subscription> XcbConnection::watch(EventFilter wanted, Handler handler) {
     const int id = nextWatcher++;
-    (*watchers)[id] = Watcher{std::move(wanted), std::move(handler)};
+    (*watchers)[id] = Watcher{std::move(wanted), std::move(handler), {}};
+    return std::make_unique<Registration>(watchers, id);
+}
+
+std::unique_ptr<Subscription> XcbConnection::watchEach(EventFilter wanted, EventHandler handler) {
+    const int id = nextWatcher++;
+    (*watchers)[id] = Watcher{std::move(wanted), {}, std::move(handler)};
     return std::make_unique<Registration>(watchers, id);
 }
 
@@ -234,6 +240,11 @@ void XcbConnection::deliver() {
     const Watchers live = *watchers;
     for (const auto& [id, watcher] : live) {
         if (!watchers->contains(id)) continue;
+        if (watcher.eachEvent) {
+            for (const auto& event : batch)
+                if (watchers->contains(id) && watcher.wanted(*event)) watcher.eachEvent(*event);
+            continue;
+        }
         const bool wanted =
             std::ranges::any_of(batch, [&](const auto& event) { return watcher.wanted(*event); });
         if (wanted && watchers->contains(id)) watcher.handler();

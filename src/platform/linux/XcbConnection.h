@@ -38,6 +38,7 @@ class XcbConnection {
 public:
     using EventFilter = std::function<bool(const xcb_generic_event_t& event)>;
     using Handler = std::function<void()>;
+    using EventHandler = std::function<void(const xcb_generic_event_t& event)>;
 
     // `display` as in $DISPLAY; empty for $DISPLAY itself.
     explicit XcbConnection(const std::string& display = {});
@@ -75,6 +76,8 @@ public:
 
     // Calls `handler` after each batch of events that holds one `wanted` accepts.
     std::unique_ptr<Subscription> watch(EventFilter wanted, Handler handler);
+    // Calls `handler` with each event that `wanted` accepts, in the order they came.
+    std::unique_ptr<Subscription> watchEach(EventFilter wanted, EventHandler handler);
     // Blocks until the server sends something or `deadline` passes; whatever
     // arrives is delivered later, on the main loop, as usual.
     void waitForEvents(std::chrono::steady_clock::time_point deadline);
@@ -87,7 +90,8 @@ public:
 private:
     struct Watcher {
         EventFilter wanted;
-        Handler handler;
+        Handler handler;          // once for a batch
+        EventHandler eachEvent;   // or once for every event wanted
     };
     using Watchers = std::map<int, Watcher>;
     class Registration;

@@ -12,9 +12,6 @@ namespace marrowleaf {
 namespace {
 
 constexpr std::uint32_t allDesktops = 0xFFFFFFFF;
-constexpr std::uint32_t withdrawnState = 0;
-// Who asks, in the _NET_WM_DESKTOP request: an ordinary application.
-constexpr std::uint32_t fromApplication = 1;
 
 std::optional<std::size_t> monitorHolding(Point point, const std::vector<Screen>& monitors) {
     for (std::size_t i = 0; i < monitors.size(); ++i) {
@@ -38,7 +35,7 @@ struct XcbWindowServer::Desktops {
 };
 
 XcbWindowServer::XcbWindowServer(XcbConnection& connection, const XcbScreens& screens)
-    : x(connection), screens(screens) {
+    : x(connection), screens(screens), moves(connection) {
     if (!x.connected()) return;
     x.internAtoms({"_NET_NUMBER_OF_DESKTOPS", "_NET_CURRENT_DESKTOP", "_NET_ACTIVE_WINDOW", "_NET_WM_DESKTOP",
                    "_NET_WM_STATE", "_NET_WM_STATE_FULLSCREEN", "WM_STATE"});
@@ -50,8 +47,6 @@ XcbWindowServer::XcbWindowServer(XcbConnection& connection, const XcbScreens& sc
             return change.window == x.root() && change.atom == x.atom("_NET_ACTIVE_WINDOW");
         },
         [this] { followActiveWindow(); });
-    managedWatch = x.watch([this](const xcb_generic_event_t& event) { return isManagedChange(event); },
-                           [this] { askAgainOnceManaged(); });
 }
 
 XcbWindowServer::~XcbWindowServer() = default;
@@ -124,78 +119,15 @@ std::vector<SpaceId> XcbWindowServer::spacesOfWindow(WindowNumber window) const 
     return every;
 }
 
-bool XcbWindowServer::isManaged(xcb_window_t window) const {
-    const auto state = first(x.cardinals(window, "WM_STATE"));
-    return state && *state != withdrawnState;
-}
-
-void XcbWindowServer::putWindowOnSpace(WindowNumber window, SpaceId space) {
-    const auto id = static_cast<xcb_window_t>(window);
+void XcbWindowServer::putWindowOnSpace(WindowNumber window, SpaceId space, Moved moved) {
     const std::uint32_t count = first(x.cardinals(x.root(), "_NET_NUMBER_OF_DESKTOPS")).value_or(0);
     if (space == 0 || space > count) {
         Log::error("can't put window " + std::to_string(window) + " on desktop " + std::to_string(space) +
                    ": there is no such desktop");
+        moved(false);
         return;
     }
-    const auto index = static_cast<std::uint32_t>(space - 1);
-    x.followProperties(id);
-    if (!isManaged(id)) {
-        // The window manager looks at an unmapped window's desktop when it maps it.
-        xcb_change_property(x.get(), XCB_PROP_MODE_REPLACE, id, x.atom("_NET_WM_DESKTOP"), XCB_ATOM_CARDINAL,
-                            32, 1, &index);
-        xcb_flush(x.get());
-        // But GTK deletes that property as it maps a window: a window being
-        // mapped right now may reach the window manager before the property
-        // does, so it is asked again once the window manager has it.
-        awaitingManager[id] = index;
-        return;
-    }
-    requestDesktop(id, index);
-
-    using namespace std::chrono;
-    const auto deadline =
-        steady_clock::now() + duration_cast<steady_clock::duration>(duration<double>(moveTimeoutSeconds));
-    for (;;) {
-        if (first(x.cardinals(id, "_NET_WM_DESKTOP")) == index) return;
-        if (steady_clock::now() >= deadline) break;
-        x.waitForEvents(deadline);
-    }
-    Log::error("can't confirm that window " + std::to_string(window) + " moved to desktop " +
-               std::to_string(space) + ": the window manager did not answer in time");
-}
-
-void XcbWindowServer::requestDesktop(xcb_window_t window, std::uint32_t index) {
-    xcb_client_message_event_t request{};
-    request.response_type = XCB_CLIENT_MESSAGE;
-    request.format = 32;
-    request.window = window;
-    request.type = x.atom("_NET_WM_DESKTOP");
-    request.data.data32[0] = index;
-    request.data.data32[1] = fromApplication;
-    xcb_send_event(x.get(), 0, x.root(),
-                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
-                   reinterpret_cast<const char*>(&request));
-    xcb_flush(x.get());
-}
-
-bool XcbWindowServer::isManagedChange(const xcb_generic_event_t& event) const {
-    if (XcbConnection::eventType(event) != XCB_PROPERTY_NOTIFY) return false;
-    const auto& change = reinterpret_cast<const xcb_property_notify_event_t&>(event);
-    return change.atom == x.atom("WM_STATE") && awaitingManager.contains(change.window);
-}
-
-void XcbWindowServer::askAgainOnceManaged() {
-    // One round trip for all the windows still waiting.
-    std::vector<std::pair<xcb_window_t, xcb_get_property_cookie_t>> asked;
-    for (const auto& [window, index] : awaitingManager)
-        asked.emplace_back(window, x.askProperty(window, "WM_STATE"));
-    for (const auto& [window, request] : asked) {
-        const auto state = first(x.cardinals(request));
-        if (!state || *state == withdrawnState) continue;
-        const std::uint32_t index = awaitingManager[window];
-        awaitingManager.erase(window);
-        if (first(x.cardinals(window, "_NET_WM_DESKTOP")) != index) requestDesktop(window, index);
-    }
+    moves.request(static_cast<xcb_window_t>(window), static_cast<std::uint32_t>(space - 1), std::move(moved));
 }
 
 std::unique_ptr<Subscription> XcbWindowServer::watchActiveSpace(Handler handler) {
