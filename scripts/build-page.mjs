@@ -24,7 +24,7 @@ import path from "node:path";
 import { fileURLToPath } from "node:url";
 
 const root = path.resolve(path.dirname(fileURLToPath(import.meta.url)), "..");
-const PLACEHOLDERS = ["BG", "FG", "BAR", "COLOR", "COLORS", "CONTENT", "EDIT"];
+const PLACEHOLDERS = ["BG", "FG", "BAR", "COLOR", "COLORS", "CONTENT", "EDIT", "CONFLICT"];
 const HASH_SLOT = "{{SCRIPT_HASH}}";
 const INLINE_LINE = /^[ \t]*\/\* @inline (\S+) \*\/[ \t]*$/gm;
 const PART_LINE = /^[ \t]*\/\* @part (\S+) \*\/[ \t]*$/gm;
@@ -123,7 +123,7 @@ function checkPage(page, kind) {
   const styles = [...page.matchAll(/<style>([\s\S]*?)<\/style>/g)].map((m) => m[0]);
   let rest = page.replace(data[0], "");
   for (const style of styles) {
-    if (/__(?:COLOR|COLORS|CONTENT|EDIT)__/.test(style)) fail("only colour placeholders may appear in a style sheet");
+    if (/__(?:COLOR|COLORS|CONTENT|EDIT|CONFLICT)__/.test(style)) fail("only colour placeholders may appear in a style sheet");
     rest = rest.replace(style, "");
   }
   const stray = new RegExp(`__(?:${PLACEHOLDERS.join("|")})__`).exec(rest);

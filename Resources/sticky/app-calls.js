@@ -61,6 +61,8 @@ window.setTrash = (on) => {
 
 window.setPinned = (on) => setPinnedLook(Boolean(on));
 
+window.setConflict = (title) => showConflict(title);
+
 note.addEventListener("animationend", (event) => {
   if (event.animationName === "flash") note.classList.remove("flash");
 });

@@ -12,7 +12,9 @@ function start() {
     savedText = text;
   }
   render();
+  showConflict(values.conflict);
   wireEvents();
+  wireConflict();
   reportBarWidth();
   if (values.edit === true && readable) beginEditing(text.length);
 }

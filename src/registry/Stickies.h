@@ -72,6 +72,13 @@ public:
     void deleteNotes(const std::vector<std::string>& ids, bool fromTrashDrop);
     void undoDelete();
 
+    // --- conflicting copies a sync tool wrote beside a note
+    // The copy's text replaces its original's, and the copy goes to the trash;
+    // Undo Delete brings both back as they were.
+    void keepConflictCopy(const std::string& id);
+    // The copy goes to the trash.
+    void dismissConflictCopy(const std::string& id);
+
     // --- snooze
     std::vector<Snoozed> snoozed();
     void unsnooze(const std::string& id);
@@ -107,6 +114,9 @@ private:
     std::set<std::string> selected;
     std::string pageTemplate;
     std::vector<std::pair<std::string, Record>> lastDeleted;
+    // A note whose text a kept conflicting copy replaced, with its text before;
+    // undone with the last deletion.
+    std::optional<std::pair<std::string, std::string>> lastReplaced;
     std::unique_ptr<FileWatcher> watcher;
     std::optional<TimerId> snoozeTimer;
     std::optional<TimerId> screenChangeWork;
@@ -123,6 +133,13 @@ private:
     void onFolderChange(const std::vector<std::string>& paths);
     void later(double seconds, std::function<void()> work);
     Record makeRecordForStrayFile();
+    // The record of a note file the state does not know: beside its original
+    // for a conflicting copy, else where strays go.
+    Record makeRecordForNewFile(const std::string& id);
+    // The note a conflicting copy conflicts with, while that note's file is there.
+    std::optional<std::string> conflictOriginal(const std::string& id) const;
+    // Shows, updates or drops each conflicting copy's banner.
+    void updateConflictBanners();
     bool onScreen(const StickyController& controller) const;
     // The note's record places it on a desktop that is in front now.
     bool onActiveDesktop(const std::string& id);
@@ -148,6 +165,7 @@ private:
     void handleLink(StickyController& controller, const nlohmann::json& body);
     void handleCopy(StickyController& controller, const nlohmann::json& body);
     void handlePaste(StickyController& controller, const nlohmann::json& body);
+    void handleConflict(StickyController& controller, const nlohmann::json& body);
 };
 
 }

@@ -17,6 +17,7 @@ std::string notesCount(std::size_t count) { return count == 1 ? "a note" : std::
 void Stickies::deleteNotes(const std::vector<std::string>& ids, bool fromTrashDrop) {
     std::vector<std::pair<std::string, Record>> deleted;
     std::size_t kept = 0;
+    lastReplaced.reset();
     for (const auto& id : ids) {
         std::optional<Record> record;
         if (auto found = state.stickies.find(id); found != state.stickies.end()) record = found->second;
@@ -65,6 +66,16 @@ void Stickies::undoDelete() {
     }
     lastDeleted.clear();
     Store::saveState(state);
+    if (lastReplaced) {
+        const auto [id, text] = std::move(*lastReplaced);
+        lastReplaced.reset();
+        if (auto* original = controller(id)) {
+            writeNote(*original, text);
+            pushContent(*original, text);
+        } else {
+            Store::write(id, text);
+        }
+    }
     sync();
 }
 

@@ -42,6 +42,7 @@ void Stickies::handle(StickyController& controller, const std::string& type, con
         {page::message::link, &Stickies::handleLink},
         {page::message::copy, &Stickies::handleCopy},
         {page::message::paste, &Stickies::handlePaste},
+        {page::message::conflict, &Stickies::handleConflict},
     };
     // Types are matched exactly: "Save" is not "save".
     if (auto found = handlers.find(type); found != handlers.end()) (this->*found->second)(controller, body);
@@ -118,6 +119,17 @@ void Stickies::handlePaste(StickyController& controller, const nlohmann::json&) 
         auto found = open.find(id);   // the note may be gone by the time the clipboard answers
         if (text && found != open.end()) found->second->sendPaste(*text);
     });
+}
+
+void Stickies::handleConflict(StickyController& controller, const nlohmann::json& body) {
+    const auto choice = textAt(body, page::field::choice);
+    if (!choice || !controller.copyOf) return;
+    // Not inside the page's own callback: the copy's window goes with it.
+    const std::string id = controller.id;
+    if (*choice == page::choice::keep)
+        later(0, [this, id] { keepConflictCopy(id); });
+    else if (*choice == page::choice::dismiss)
+        later(0, [this, id] { dismissConflictCopy(id); });
 }
 
 }

@@ -141,7 +141,8 @@ void Stickies::sync() {
     // Ids carry their creation time, so this opens (and cascades) oldest first;
     // notes of the desktops in front come first, so their pages load first.
     std::ranges::sort(ids);
-    std::ranges::stable_partition(ids, [this](const std::string& id) { return onActiveDesktop(id); });
+    std::stable_partition(ids.begin(), ids.end(),
+                          [this](const std::string& id) { return onActiveDesktop(id); });
     const std::set<std::string> present(ids.begin(), ids.end());
     bool changed = false;
 
@@ -163,7 +164,7 @@ void Stickies::sync() {
             continue;
         }
         if (!state.stickies.count(id)) {
-            state.stickies[id] = makeRecordForStrayFile();
+            state.stickies[id] = makeRecordForNewFile(id);
             changed = true;
         }
         openSticky(id, *text, false);
@@ -188,6 +189,7 @@ void Stickies::sync() {
         changed = true;
     }
     if (changed) Store::saveState(state);
+    updateConflictBanners();
     refresh();
 }
 
@@ -220,12 +222,22 @@ void Stickies::openSticky(const std::string& id, const std::string& content, boo
     if (!screen && !screens.empty()) screen = screens.front();
     if (screen) record.frame = Frame::of(Geo::clamp(record.frame.rect(), *screen, windowMargin));
     const bool loadNow = pages.loadsNow(id, onActiveDesktop(id));
-    open[id] = std::make_unique<StickyController>(
+    const auto copyOf = conflictOriginal(id);
+    auto controller = std::make_unique<StickyController>(
         id, content, record, editNow, pageTemplate,
         [this](StickyController& controller, const std::string& type, const nlohmann::json& body) {
             handle(controller, type, body);
         },
-        loadNow ? StickyController::PageLoad::now : StickyController::PageLoad::later);
+        loadNow && !copyOf ? StickyController::PageLoad::now : StickyController::PageLoad::later);
+    if (copyOf) {
+        // A conflicting copy's page starts with its banner.
+        controller->copyOf = copyOf;
+        Log::warn(id + Store::noteExtension + " is a sync tool's conflicting copy of " + *copyOf +
+                  Store::noteExtension + "; it shows beside that note");
+        if (auto original = Store::read(*copyOf)) controller->sendConflict(title(*original));
+        if (loadNow) controller->loadPage();
+    }
+    open[id] = std::move(controller);
 }
 
 void Stickies::closeController(const std::string& id) {

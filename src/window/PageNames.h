@@ -19,6 +19,7 @@ inline constexpr const char* snooze = "snooze";   // at, label
 inline constexpr const char* link = "link";       // url
 inline constexpr const char* copy = "copy";       // copied
 inline constexpr const char* paste = "paste";
+inline constexpr const char* conflict = "conflict";   // choice
 }
 
 // The members the messages carry besides their type.
@@ -30,7 +31,14 @@ inline constexpr const char* name = "name";     // of a palette colour
 inline constexpr const char* at = "at";         // a wake time, ms since 1970
 inline constexpr const char* label = "label";   // the words for that time
 inline constexpr const char* url = "url";
-inline constexpr const char* copied = "text";   // what the person copied
+inline constexpr const char* copied = "text";     // what the person copied
+inline constexpr const char* choice = "choice";   // what to do with a conflicting copy
+}
+
+// The choices of a conflicting copy's banner.
+namespace choice {
+inline constexpr const char* keep = "keep";         // its text replaces the original's
+inline constexpr const char* dismiss = "dismiss";   // it goes to the trash
 }
 
 // The ids of the page's elements.
@@ -54,6 +62,10 @@ inline constexpr const char* pickDate = "pickDate";
 inline constexpr const char* pickTime = "pickTime";
 inline constexpr const char* pickGo = "pickGo";
 inline constexpr const char* pickError = "pickError";
+inline constexpr const char* conflict = "conflict";
+inline constexpr const char* conflictText = "conflictText";
+inline constexpr const char* keepCopy = "keepCopy";
+inline constexpr const char* dismissCopy = "dismissCopy";
 }
 
 }

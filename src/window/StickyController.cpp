@@ -127,7 +127,7 @@ void StickyController::reloadPage() {
     look.color = shownColor;
     contentVersion = 0;
     requested = true;
-    noteWindow->loadPage(page(*pageTemplate, look, content, false));
+    noteWindow->loadPage(page(*pageTemplate, look, content, false, shownConflict));
 }
 
 void StickyController::sendContent(const std::string& text) {
@@ -145,10 +145,18 @@ void StickyController::sendSelected(bool on) { noteWindow->runScript(setSelected
 void StickyController::sendFlash() { noteWindow->runScript(flashScript()); }
 void StickyController::sendTrash(bool on) { noteWindow->runScript(setTrashScript(on)); }
 
+void StickyController::sendConflict(const std::optional<std::string>& originalTitle) {
+    if (originalTitle == shownConflict) return;
+    shownConflict = originalTitle;
+    // A page not asked for yet gets the banner when it loads.
+    if (requested) noteWindow->runScript(setConflictScript(originalTitle));
+}
+
 std::string StickyController::page(const std::string& pageTemplate, const Record& record,
-                                   const std::string& content, bool editNow) {
+                                   const std::string& content, bool editNow,
+                                   const std::optional<std::string>& conflictTitle) {
     const StickyColor& color = StickyColor::named(record.color);
-    const std::array<Placeholder, 7> table{{
+    const std::array<Placeholder, 8> table{{
         {"BG", color.bg},
         {"FG", color.fg},
         {"BAR", color.bar},
@@ -156,6 +164,8 @@ std::string StickyController::page(const std::string& pageTemplate, const Record
         {"COLORS", paletteJSON()},
         {"CONTENT", safeJSON(nlohmann::json(content), "a note's text")},
         {"EDIT", flag(editNow)},
+        {"CONFLICT",
+         conflictTitle ? safeJSON(nlohmann::json(*conflictTitle), "a note's title") : std::string(nullValue)},
     }};
     return fillPlaceholders(pageTemplate, table);
 }
@@ -179,5 +189,10 @@ std::string StickyController::pasteTextScript(const std::string& text) {
 
 std::string StickyController::setSelectedScript(bool on) { return "setSelected(" + flag(on) + ")"; }
 std::string StickyController::setTrashScript(bool on) { return "setTrash(" + flag(on) + ")"; }
+
+std::string StickyController::setConflictScript(const std::optional<std::string>& originalTitle) {
+    if (!originalTitle) return "setConflict(null)";
+    return "setConflict(" + scriptArgument(*originalTitle) + "[0])";
+}
 
 }

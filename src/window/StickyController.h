@@ -20,8 +20,8 @@ class StickyController {
 public:
     // Hears every page message whose body is a JSON object with a text "t":
     // that text (the message type) and the whole body.
-    using MessageSink =
-        std::function<void(StickyController& controller, const std::string& type, const nlohmann::json& body)>;
+    using MessageSink = std::function<void(StickyController& controller, const std::string& type,
+                                           const nlohmann::json& body)>;
 
     // When the page is loaded: with the window, or when `loadPage` is called.
     enum class PageLoad { now, later };
@@ -46,6 +46,8 @@ public:
     std::optional<SpaceId> moving;
     // Putting the window on a desktop that is not in front failed once.
     bool remoteTried = false;
+    // For a sync tool's conflicting copy, the id of the note it conflicts with.
+    std::optional<std::string> copyOf;
     // Width of the page's button strip at the right of the header, in points,
     // as the page reports it; hit testing keeps presses there out of the drag strip.
     double buttonsWidth = defaultButtonsWidth;
@@ -79,6 +81,10 @@ public:
     void sendSelected(bool on);
     void sendFlash();
     void sendTrash(bool on);
+    // Shows the conflicting-copy banner naming the original's title, or drops
+    // it (absent); the page keeps it across a reload.
+    void sendConflict(const std::optional<std::string>& originalTitle);
+    const std::optional<std::string>& conflictTitle() const { return shownConflict; }
 
     // Checks the shape of one message from the page and hands it to the sink.
     // Returns whether it was handed on; anything else is dropped silently.
@@ -86,10 +92,10 @@ public:
 
     // The page for a note: one pass over the template replacing each
     // placeholder "__NAME__" found in the table (BG, FG, BAR, COLOR, COLORS,
-    // CONTENT, EDIT) and copying any other one unchanged. Values are never
-    // scanned again, so a note holding a placeholder stays as it is.
+    // CONTENT, EDIT, CONFLICT) and copying any other one unchanged. Values are
+    // never scanned again, so a note holding a placeholder stays as it is.
     static std::string page(const std::string& pageTemplate, const Record& record, const std::string& content,
-                            bool editNow);
+                            bool editNow, const std::optional<std::string>& conflictTitle = std::nullopt);
 
     // `text` as a one-element JSON array with every "</" written "<\/", so no
     // text can end a script element; "null" when it can't be serialised.
@@ -99,6 +105,7 @@ public:
     static std::string pasteTextScript(const std::string& text);
     static std::string setSelectedScript(bool on);
     static std::string setTrashScript(bool on);
+    static std::string setConflictScript(const std::optional<std::string>& originalTitle);
     static std::string flashScript() { return "flash()"; }
 
 private:
@@ -106,6 +113,7 @@ private:
     MessageSink sink;
     // The colour the page shows, so a lost page comes back in it.
     std::string shownColor;
+    std::optional<std::string> shownConflict;
     std::unique_ptr<NoteWindow> noteWindow;
     bool requested = false;
 

@@ -19,9 +19,11 @@ constexpr auto settleTimeout = 60s;
 class CpuHog {
 public:
     CpuHog() {
+        ChildProcess::Options loop;
+        loop.argv = {"sh", "-c", "while :; do :; done"};
+        loop.environment = inheritedEnvironment();
         for (unsigned core = 0; core < std::max(1u, std::thread::hardware_concurrency()); ++core)
-            loops.push_back(std::make_unique<ChildProcess>(
-                ChildProcess::Options{{"sh", "-c", "while :; do :; done"}, inheritedEnvironment()}));
+            loops.push_back(std::make_unique<ChildProcess>(loop));
     }
 
 private:

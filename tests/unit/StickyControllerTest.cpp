@@ -50,11 +50,13 @@ protected:
     std::string pageTemplate = allPlaceholders;
     std::vector<Received> received;
 
-    std::unique_ptr<StickyController> open(const Record& record = recordIn("yellow"), const std::string& content = "hello",
-                                           bool editNow = false) {
+    std::unique_ptr<StickyController> open(const Record& record = recordIn("yellow"),
+                                           const std::string& content = "hello", bool editNow = false) {
         return std::make_unique<StickyController>(
             "sticky-20260314-101500", content, record, editNow, pageTemplate,
-            [this](StickyController&, const std::string& type, const json& body) { received.push_back({type, body}); });
+            [this](StickyController&, const std::string& type, const json& body) {
+                received.push_back({type, body});
+            });
     }
 
     FakeNoteWindow& window() { return *platform.noteWindows.last(); }
@@ -90,7 +92,8 @@ TEST(StickyControllerPage, usesTheRecordsColourForBackgroundTextAndBar) {
 }
 
 TEST(StickyControllerPage, rendersAnUnknownColourYellow) {
-    EXPECT_EQ(pageOf("__BG__|__FG__|__BAR__|__COLOR__", "", "turquoise"), "#fff4a3|#3b3415|#f3e27a|\"yellow\"");
+    EXPECT_EQ(pageOf("__BG__|__FG__|__BAR__|__COLOR__", "", "turquoise"),
+              "#fff4a3|#3b3415|#f3e27a|\"yellow\"");
 }
 
 TEST(StickyControllerPage, rendersAColourNamedInOtherLetterCaseYellow) {
@@ -154,8 +157,9 @@ TEST(StickyControllerPage, escapesEveryClosingTagInTheText) {
 }
 
 TEST(StickyControllerPage, givesBackTheExactTextWhenThePageParsesIt) {
-    for (const std::string& text : std::vector<std::string>{"plain", "ünïcødé ✓ 😀", "line\u2028separator\u2029", "</script>", "<!--<script>", "\\u003c/", "</SCRIPT>",
-          std::string("nul\0byte", 8), "\x01\x1f control", "__CONTENT__", "`${x}`"}) {
+    for (const std::string& text : std::vector<std::string>{
+             "plain", "ünïcødé ✓ 😀", "line\u2028separator\u2029", "</script>", "<!--<script>", "\\u003c/",
+             "</SCRIPT>", std::string("nul\0byte", 8), "\x01\x1f control", "__CONTENT__", "`${x}`"}) {
         EXPECT_EQ(contentValue(text), text);
     }
 }
@@ -336,9 +340,10 @@ TEST_F(StickyControllerTest, handsOnABodyWhoseOtherKeysHaveTheWrongTypeForTheReg
 TEST_F(StickyControllerTest, dropsEveryBodyThatIsNotAnObjectWithATextType) {
     support::LogCapture log;
     auto controller = open();
-    for (const char* body : {R"(["save","text"])", R"([{"t":"save"}])", "[]", R"("save")", "42", "true", "null",
-                             "{}", R"({"type":"save"})", R"({"T":"save"})", R"({"t":1})", R"({"t":0.5})",
-                             R"({"t":true})", R"({"t":null})", R"({"t":["save"]})", R"({"t":{"t":"save"}})"}) {
+    for (const char* body :
+         {R"(["save","text"])", R"([{"t":"save"}])", "[]", R"("save")", "42", "true", "null", "{}",
+          R"({"type":"save"})", R"({"T":"save"})", R"({"t":1})", R"({"t":0.5})", R"({"t":true})",
+          R"({"t":null})", R"({"t":["save"]})", R"({"t":{"t":"save"}})"}) {
         EXPECT_TRUE(window().deliverJSON(body)) << body;
         EXPECT_FALSE(controller->receive(json::parse(body))) << body;
     }
@@ -370,8 +375,8 @@ TEST_F(StickyControllerTest, sendsEachCallToThePageAsAScript) {
     EXPECT_THAT(window().scripts,
                 ElementsAre(R"(setContent(["new <\/script>"][0]))",
                             R"(setColor(["green"][0],["#d4f5cf"][0],["#1f3a1c"][0],["#b3e8ab"][0]))",
-                            R"(pasteText(["pasted"][0]))", "setSelected(true)", "setSelected(false)", "flash()",
-                            "setTrash(true)", "setTrash(false)"));
+                            R"(pasteText(["pasted"][0]))", "setSelected(true)", "setSelected(false)",
+                            "flash()", "setTrash(true)", "setTrash(false)"));
 }
 
 // ---------------------------------------------------------------- closing and losing the page
@@ -461,4 +466,43 @@ TEST_F(StickyControllerTest, aControllerThatLoadedItsPageLoadsNothingMoreWhenAsk
     ASSERT_EQ(window().pages.size(), 1u);
     controller->loadPage();
     EXPECT_EQ(window().pages.size(), 1u);
+}
+
+// ---------------------------------------------------------------- a conflicting copy's banner
+
+TEST(StickyControllerPage, writesNullForANoteThatIsNoConflictingCopy) {
+    EXPECT_EQ(pageOf("__CONFLICT__", "x"), "null");
+}
+
+TEST(StickyControllerPage, writesTheOriginalsTitleForAConflictingCopyAsAJSONString) {
+    const std::string page = StickyController::page("__CONFLICT__", recordIn("yellow"), "x", false,
+                                                    std::string("a </script> \"b\""));
+    EXPECT_EQ(page, R"("a <\/script> \"b\"")");
+}
+
+TEST(StickyControllerPage, setConflictPassesTheTitleAsAScriptArgumentOrNull) {
+    EXPECT_EQ(StickyController::setConflictScript(std::string("Groceries")),
+              R"(setConflict(["Groceries"][0]))");
+    EXPECT_EQ(StickyController::setConflictScript(std::nullopt), "setConflict(null)");
+}
+
+TEST_F(StickyControllerTest, aConflictBannerSetBeforeThePageLoadsComesWithTheFirstPage) {
+    pageTemplate = "__CONFLICT__";
+    auto controller = std::make_unique<StickyController>(
+        "Note (Case Conflict)", "x", recordIn("yellow"), false, pageTemplate,
+        [](StickyController&, const std::string&, const json&) {}, StickyController::PageLoad::later);
+    controller->sendConflict(std::string("Groceries"));
+    controller->loadPage();
+    EXPECT_THAT(window().pages, ElementsAre(R"("Groceries")"));
+    EXPECT_TRUE(window().scripts.empty());
+}
+
+TEST_F(StickyControllerTest, aConflictBannerChangedOnALoadedPageIsSentOnceAndKeptAcrossAReload) {
+    pageTemplate = "__CONFLICT__";
+    auto controller = open();
+    controller->sendConflict(std::string("Groceries"));
+    controller->sendConflict(std::string("Groceries"));
+    EXPECT_THAT(window().scripts, ElementsAre(R"(setConflict(["Groceries"][0]))"));
+    window().losePage();
+    EXPECT_THAT(window().pages, ElementsAre("null", R"("Groceries")"));
 }
