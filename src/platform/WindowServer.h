@@ -73,6 +73,9 @@ public:
     // the first, which is answered false. No answer comes after the window
     // server is gone.
     virtual void putWindowOnSpace(WindowNumber window, SpaceId space, Moved moved) = 0;
+    // Asks the window server to bring an ordinary desktop to the front; a
+    // change it makes is announced to `watchActiveSpace` as usual.
+    virtual void showSpace(SpaceId space) = 0;
     // Calls `handler` after the focused or a shown desktop changed.
     virtual std::unique_ptr<Subscription> watchActiveSpace(Handler handler) = 0;
 };

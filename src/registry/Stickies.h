@@ -1,4 +1,5 @@
 #pragma once
+#include "geometry/Rect.h"
 #include "platform/MainQueue.h"
 #include "platform/WindowServer.h"
 #include "registry/Locations.h"
@@ -8,6 +9,7 @@
 #include "storage/Model.h"
 #include "window/StickyController.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -39,6 +41,38 @@ public:
         bool operator==(const Snoozed&) const = default;
     };
 
+    // Where a new note goes: centred under the pointer (the hot key), just
+    // below-right of a click on the desktop, or centred high on the screen
+    // under the pointer (the tray menu).
+    enum class Placement { mouse, desktopClick, screen };
+
+    // The look a new note takes from its nearest neighbour.
+    struct Template {
+        std::string color;
+        double width = 0;
+        double height = 0;
+
+        bool operator==(const Template&) const = default;
+    };
+
+    // A note as a menu lists it.
+    struct Listed {
+        std::string id;
+        std::string title;
+
+        bool operator==(const Listed&) const = default;
+    };
+
+    // A note as the search panel lists it.
+    struct SearchItem {
+        std::string id;
+        std::string title;
+        std::string detail;   // where it is (or until when it sleeps), "  ·  ", the start of its text
+        bool snoozed = false;
+
+        bool operator==(const SearchItem&) const = default;
+    };
+
     static Stickies& shared();
 
     Stickies();
@@ -63,6 +97,25 @@ public:
     std::optional<Location> currentLocation();
     std::optional<Location> resolve(const Record& record);
     bool hiddenHere(const Location& location) const;
+    // The notes of the desktop in front, awake, oldest first.
+    std::vector<Listed> here();
+    Template templateFor(Point point);
+    // Makes a note, shows it and gives it the keyboard to type into.
+    void newSticky(Placement placement);
+    // Frames of the notes on screen, but those named.
+    std::vector<Rect> neighbours(const std::set<std::string>& excluding);
+
+    // --- visibility and jumping
+    // Hides the notes of the desktop in front, or shows them again.
+    void toggleHere();
+    // Shows the note's desktop and brings the note forward with the keyboard;
+    // `flash` makes it pulse so the eye finds it.
+    void jump(const std::string& id, bool flash);
+    // A note chosen in the search panel: woken when asleep, else jumped to.
+    void pick(const std::string& id);
+
+    // --- search
+    std::vector<SearchItem> searchItems();
 
     // --- selection
     void setSelected(const std::string& id, bool on);
@@ -87,8 +140,9 @@ public:
     // Refreshes, then brings the note's window to the front with keyboard focus.
     void front(const std::string& id);
 
-    // A one-line name for a note: its first non-blank line without heading,
-    // task or bullet marks, at most 40 characters.
+    // A one-line name for a note: its first line that has text once its
+    // heading, task or bullet marks and its white space are gone, at most 40
+    // characters.
     static std::string title(const std::string& text);
 
     // --- what the registry holds, to read
@@ -98,6 +152,12 @@ public:
     StickyController* controller(const std::string& id) const;
     const std::set<std::string>& selection() const { return selected; }
     const std::vector<std::pair<std::string, Record>>& lastDeletion() const { return lastDeleted; }
+    bool canUndoDelete() const { return !lastDeleted.empty(); }
+
+    // Called after anything a menu shows of the notes may have changed: the
+    // desktop in front, notes added, removed or retitled, sleep and wake,
+    // deletion and undo, hidden desktops. Several changes may call it once each.
+    void setChangeHandler(std::function<void()> handler) { changed = std::move(handler); }
 
     static constexpr double snoozeInterval = 20;
     static constexpr double wakeDelay = 2.0;
@@ -107,6 +167,10 @@ public:
     static constexpr double windowMargin = 6;
     // A note whose file vanished is kept this long, for a save by delete-then-recreate.
     static constexpr double vanishGrace = 2.0;
+    // A new note is given the keyboard this long after it is made.
+    static constexpr double newFocusDelay = 0.15;
+    // A jumped-to note flashes this long after the jump.
+    static constexpr double flashDelay = 0.6;
 
 private:
     AppState state;
@@ -128,8 +192,18 @@ private:
     UnsavedNotes unsaved;
     MissingNotes missing{vanishGrace};
     bool missingCheckPlanned = false;
+    std::function<void()> changed;
+    // A jump waiting for its note's desktop to come to the front.
+    struct Jump {
+        std::string id;
+        bool flash = false;
+    };
+    std::optional<Jump> pendingJump;
 
     void observeDesktop();
+    void announceChange();
+    void finishJump(StickyController& note, bool flash);
+    void finishPendingJump();
     void onFolderChange(const std::vector<std::string>& paths);
     void later(double seconds, std::function<void()> work);
     Record makeRecordForStrayFile();

@@ -36,6 +36,7 @@ void Stickies::deleteNotes(const std::vector<std::string>& ids, bool fromTrashDr
     }
     Store::saveState(state);
     lastDeleted = std::move(deleted);
+    announceChange();
     if (fromTrashDrop) Platform::sounds().playTrash();
     if (kept > 0) {
         HUD::show("⚠️ Couldn't delete " + notesCount(kept), messageSeconds);

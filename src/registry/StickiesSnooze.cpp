@@ -58,7 +58,7 @@ void Stickies::unsnooze(const std::string& id) {
     record->second.snoozeUntil.reset();
     record->second.snoozeLabel.reset();
     Store::saveState(state);
-    front(id);
+    jump(id, true);
 }
 
 void Stickies::front(const std::string& id) {

@@ -87,11 +87,16 @@ void Stickies::start() {
     checkSnoozes();
 }
 
+void Stickies::announceChange() {
+    if (changed) changed();
+}
+
 void Stickies::observeDesktop() {
     observers.push_back(Platform::windowServer().watchActiveSpace([this] {
         // Another desktop in front: no page waits any longer.
         pages.loadWaiting();
         refresh();
+        finishPendingJump();
     }));
     observers.push_back(
         Platform::workspace().watchWake([this] { later(wakeDelay, [this] { checkSnoozes(); }); }));
@@ -279,6 +284,7 @@ void Stickies::refresh() {
             controller.sendSelected(false);
         }
     }
+    announceChange();
 }
 
 // Shows a note that should be seen on its desktop, in front of the user or
@@ -384,7 +390,9 @@ void Stickies::saveAll() {
 }
 
 void Stickies::writeNote(StickyController& controller, const std::string& text) {
+    const bool retitled = title(text) != title(controller.content);
     controller.content = text;
+    if (retitled) announceChange();
     // Text the disk refuses stays here (the page holds it too) and is written again later.
     unsaved.save(controller.id, text);
 }

@@ -56,6 +56,11 @@ void FakeWindowServer::shareDesktops(const std::vector<std::string>& displayUUID
     focused = current;
 }
 
+void FakeWindowServer::showSpace(SpaceId space) {
+    shown.push_back(space);
+    if (!refuseSwitches) switchTo(space);
+}
+
 void FakeWindowServer::switchTo(SpaceId space) {
     for (auto& display : description) {
         for (const auto& entry : display.spaces) {

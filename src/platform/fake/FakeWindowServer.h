@@ -30,6 +30,10 @@ public:
     void shareDesktops(const std::vector<std::string>& displayUUIDs, int count, SpaceId current);
     // Shows `space` on every display that lists it, focuses it and tells the subscribers.
     void switchTo(SpaceId space);
+    // Switches, unless `refuseSwitches` is set; every request is kept in `shown`.
+    void showSpace(SpaceId space) override;
+    bool refuseSwitches = false;
+    std::vector<SpaceId> shown;
     void emitActiveSpaceChange() { activeChanges.emit(); }
     std::size_t watcherCount() const { return activeChanges.subscriberCount(); }
 

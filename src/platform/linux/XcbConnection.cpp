@@ -187,6 +187,19 @@ void XcbConnection::followProperties(xcb_window_t window) {
     xcb_change_window_attributes(connection, window, XCB_CW_EVENT_MASK, &followedEvents);
 }
 
+void XcbConnection::askWindowManager(xcb_window_t window, std::string_view type, std::array<std::uint32_t, 5> data) {
+    xcb_client_message_event_t request{};
+    request.response_type = XCB_CLIENT_MESSAGE;
+    request.format = 32;
+    request.window = window;
+    request.type = atom(type);
+    std::copy(data.begin(), data.end(), request.data.data32);
+    xcb_send_event(connection, 0, rootWindow,
+                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                   reinterpret_cast<const char*>(&request));
+    xcb_flush(connection);
+}
+
 std::unique_ptr<Subscription> XcbConnection::watch(EventFilter wanted, Handler handler) {
     const int id = nextWatcher++;
     (*watchers)[id] = Watcher{std::move(wanted), std::move(handler), {}};

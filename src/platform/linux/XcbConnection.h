@@ -4,6 +4,7 @@
 
 #include <xcb/xcb.h>
 
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
@@ -73,6 +74,9 @@ public:
     // Property changes of `window` are delivered to the watchers from now on.
     // The root window's are from the start.
     void followProperties(xcb_window_t window);
+    // Sends the window manager an EWMH request about `window` (the root for
+    // requests about the screen): a client message of that type to the root.
+    void askWindowManager(xcb_window_t window, std::string_view type, std::array<std::uint32_t, 5> data);
 
     // Calls `handler` after each batch of events that holds one `wanted` accepts.
     std::unique_ptr<Subscription> watch(EventFilter wanted, Handler handler);

@@ -119,17 +119,7 @@ void XcbDesktopMoves::tick(xcb_window_t window) {
 
 void XcbDesktopMoves::ask(xcb_window_t window, Move& move) {
     move.asked = true;
-    xcb_client_message_event_t request{};
-    request.response_type = XCB_CLIENT_MESSAGE;
-    request.format = 32;
-    request.window = window;
-    request.type = x.atom("_NET_WM_DESKTOP");
-    request.data.data32[0] = move.index;
-    request.data.data32[1] = fromApplication;
-    xcb_send_event(x.get(), 0, x.root(),
-                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
-                   reinterpret_cast<const char*>(&request));
-    xcb_flush(x.get());
+    x.askWindowManager(window, "_NET_WM_DESKTOP", {move.index, fromApplication, 0, 0, 0});
 }
 
 void XcbDesktopMoves::finish(xcb_window_t window, bool moved) {

@@ -130,6 +130,13 @@ void XcbWindowServer::putWindowOnSpace(WindowNumber window, SpaceId space, Moved
     moves.request(static_cast<xcb_window_t>(window), static_cast<std::uint32_t>(space - 1), std::move(moved));
 }
 
+void XcbWindowServer::showSpace(SpaceId space) {
+    const std::uint32_t count = first(x.cardinals(x.root(), "_NET_NUMBER_OF_DESKTOPS")).value_or(0);
+    if (space == 0 || space > count) return;   // a full-screen desktop is not ours to bring forward
+    constexpr std::uint32_t currentTime = 0;
+    x.askWindowManager(x.root(), "_NET_CURRENT_DESKTOP", {static_cast<std::uint32_t>(space - 1), currentTime, 0, 0, 0});
+}
+
 std::unique_ptr<Subscription> XcbWindowServer::watchActiveSpace(Handler handler) {
     return x.watch([this](const xcb_generic_event_t& event) { return isActiveSpaceChange(event); },
                    std::move(handler));

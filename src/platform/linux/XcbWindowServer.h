@@ -31,6 +31,7 @@ public:
     SpaceId focusedSpace() const override;
     std::vector<SpaceId> spacesOfWindow(WindowNumber window) const override;
     void putWindowOnSpace(WindowNumber window, SpaceId space, Moved moved) override;
+    void showSpace(SpaceId space) override;
     // The current desktop changed, or the focused window (or whether it is full screen).
     std::unique_ptr<Subscription> watchActiveSpace(Handler handler) override;
 
