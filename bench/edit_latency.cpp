@@ -12,6 +12,7 @@
 // millisecond, which is part of the figures. Judges nothing.
 //
 //   bench_edit_latency
+#include "Latency.h"
 #include "integration/AppClient.h"
 #include "integration/Harness.h"
 #include "storage/Model.h"
@@ -39,12 +40,6 @@ std::string noteId(int index) { return "sticky-20240101-09000" + std::to_string(
 std::string editText(int serial) {
     return "# Shopping " + std::to_string(serial) + "\n\n- [ ] milk\n- [x] bread\n- [ ] " +
            std::to_string(serial) + " apples\n";
-}
-
-double percentile(std::vector<double> samples, double share) {
-    std::ranges::sort(samples);
-    const auto rank = static_cast<std::size_t>(std::ceil(share * static_cast<double>(samples.size()))) - 1;
-    return samples[std::min(rank, samples.size() - 1)];
 }
 
 }
@@ -98,8 +93,7 @@ int main() {
         }
         app.run({"--quit"});
         app.wait(10s);
-        std::printf("external_edit_ms median %.1f p95 %.1f\n", percentile(samples, 0.5),
-                    percentile(samples, 0.95));
+        bench::printLatency("external_edit_ms", samples);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "can't run the benchmark: %s\n", error.what());
         return 1;

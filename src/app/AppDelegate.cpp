@@ -2,6 +2,10 @@
 
 #include "app/LinuxDesktop.h"
 #include "app/TestInterface.h"
+#include "input/Hotkeys.h"
+#include "menubar/StatusMenu.h"
+#include "geometry/Geo.h"
+#include "registry/SearchItems.h"
 #include "registry/Stickies.h"
 #include "shell/Config.h"
 #include "shell/Log.h"
@@ -24,6 +28,11 @@ namespace {
 const GOptionEntry optionEntries[] = {
     {"notes-dir", 0, G_OPTION_FLAG_NONE, G_OPTION_ARG_FILENAME, nullptr,
      "Keep notes in PATH (the first instance decides)", "PATH"},
+    {"new", 0, G_OPTION_FLAG_NONE, G_OPTION_ARG_NONE, nullptr, "Make a note at the pointer", nullptr},
+    {"toggle", 0, G_OPTION_FLAG_NONE, G_OPTION_ARG_NONE, nullptr, "Hide or show the notes of this desktop", nullptr},
+    {"jump", 0, G_OPTION_FLAG_NONE, G_OPTION_ARG_STRING, nullptr, "Bring the note ID forward", "ID"},
+    {"list", 0, G_OPTION_FLAG_NONE, G_OPTION_ARG_NONE, nullptr,
+     "Print each note's id, desktop and title, tab-separated", nullptr},
     {"quit", 0, G_OPTION_FLAG_NONE, G_OPTION_ARG_NONE, nullptr, "Quit the running Marrowleaf", nullptr},
     {"version", 0, G_OPTION_FLAG_NONE, G_OPTION_ARG_NONE, nullptr, "Print the version and exit", nullptr},
     {}};
@@ -51,6 +60,40 @@ bool instanceRunning() {
     gboolean owned = FALSE;
     g_variant_get(answer.get(), "(b)", &owned);
     return owned;
+}
+
+// The notes, one line each, as `--list` prints them.
+std::string listing(const std::vector<NoteSummary>& notes) {
+    std::string text;
+    for (const auto& line : SearchItems::listing(notes))
+        text += line + "\n";
+    return text;
+}
+
+// The running registry's notes, placed on the desktops they show on.
+std::vector<NoteSummary> openNotes() {
+    std::vector<NoteSummary> notes;
+    Stickies& stickies = Stickies::shared();
+    const auto& records = stickies.appState().stickies;
+    for (const auto& item : stickies.searchItems()) {
+        const StickyController* note = stickies.controller(item.id);
+        auto record = records.find(item.id);
+        if (!note || record == records.end()) continue;
+        NoteSummary summary{item.id, note->content, std::nullopt, std::nullopt};
+        if (item.snoozed)
+            summary.sleepsUntil = record->second.snoozeLabel.value_or("later");
+        else if (auto where = stickies.resolve(record->second))
+            summary.desktop = where->desktop;
+        notes.push_back(std::move(summary));
+    }
+    return notes;
+}
+
+// A new note from the command line goes under the pointer, or centred on the
+// screen when the pointer is on no monitor.
+void newStickyFromCommandLine() {
+    const bool onMonitor = Geo::screenContaining(Geo::mouse()).has_value();
+    Stickies::shared().newSticky(onMonitor ? Stickies::Placement::mouse : Stickies::Placement::screen);
 }
 
 std::optional<std::string> notesDirOption(GVariantDict* options) {
@@ -90,10 +133,13 @@ AppDelegate::~AppDelegate() {
 
 int AppDelegate::run(int argc, char** argv) {
     const int status = g_application_run(gApplication(), argc, argv);
-    return status == parseFailure ? usageError : status;
+    // GApplication ends a command line it could not parse with its generic
+    // failure status, before it asks about the options.
+    return status == parseFailure && !optionsParsed ? usageError : status;
 }
 
 int AppDelegate::onHandleLocalOptions(GVariantDict* options) {
+    optionsParsed = true;
     if (g_variant_dict_contains(options, "version")) {
         g_print("%s %s\n", Config::appName().c_str(), Config::version().c_str());
         return EXIT_SUCCESS;
@@ -101,6 +147,11 @@ int AppDelegate::onHandleLocalOptions(GVariantDict* options) {
     if (auto folder = notesDirOption(options)) Config::useNotesDirOption(*folder);
     if (g_variant_dict_contains(options, "quit") && !instanceRunning()) {
         g_printerr("%s is not running\n", Config::appName().c_str());
+        return EXIT_SUCCESS;
+    }
+    // Listing needs no running instance: the folder and the state file say it all.
+    if (g_variant_dict_contains(options, "list") && !instanceRunning()) {
+        g_print("%s", listing(SearchItems::inFolder()).c_str());
         return EXIT_SUCCESS;
     }
     return -1;   // go on: become the instance, or hand the command line to it
@@ -117,6 +168,14 @@ void AppDelegate::onStartup() {
     loadMarkdownPage();
     installMainMenu();
     Stickies::shared().start();
+    StatusMenu::shared().install([this] { quit(); });
+    // After the menu that shows the same three keys; a key another program holds is only logged.
+    Hotkeys::shared().install({
+        .newSticky = [] { Stickies::shared().newSticky(Stickies::Placement::mouse); },
+        .toggleHere = [] { Stickies::shared().toggleHere(); },
+        // Ctrl+Alt+L is held from the start but opens nothing until the search panel exists.
+        .search = {},
+    });
     if (TestInterface::wanted())
         testInterface = std::make_unique<TestInterface>(g_application_get_dbus_connection(gApplication()));
 
@@ -164,7 +223,18 @@ int AppDelegate::onCommandLine(GApplicationCommandLine* line) {
     if (asked && g_application_command_line_get_is_remote(line) && Config::expandTilde(*asked) != Config::notesDir())
         g_application_command_line_printerr(line, "marrowleaf is already running with notes in %s\n",
                                             Config::notesDir().c_str());
+    if (g_variant_dict_contains(options, "list"))
+        g_application_command_line_print(line, "%s", listing(openNotes()).c_str());
+    if (g_variant_dict_contains(options, "new")) newStickyFromCommandLine();
+    if (g_variant_dict_contains(options, "toggle")) Stickies::shared().toggleHere();
     if (g_variant_dict_contains(options, "quit")) quit();
+    const char* jumpTo = nullptr;
+    if (!g_variant_dict_lookup(options, "jump", "&s", &jumpTo) || !jumpTo) return EXIT_SUCCESS;
+    if (!Stickies::shared().appState().stickies.count(jumpTo)) {
+        g_application_command_line_printerr(line, "there is no note %s\n", jumpTo);
+        return EXIT_FAILURE;
+    }
+    Stickies::shared().jump(jumpTo, true);
     return EXIT_SUCCESS;
 }
 

@@ -27,6 +27,7 @@ public:
 private:
     GObjectPtr<GtkApplication> application;
     bool launched = false;
+    bool optionsParsed = false;
     std::unique_ptr<LinuxDesktop> desktop;
     std::unique_ptr<TestInterface> testInterface;
 

@@ -1,12 +1,16 @@
 #pragma once
 #include "platform/Platform.h"
+#include "platform/linux/AppIndicatorStatusItem.h"
+#include "platform/linux/AutostartLoginItem.h"
 #include "platform/linux/GtkHudView.h"
 #include "platform/linux/GtkNoteWindow.h"
 #include "platform/linux/GtkWorkspace.h"
 #include "platform/linux/XcbAccessibility.h"
 #include "platform/linux/XcbConnection.h"
+#include "platform/linux/XcbHotkeySource.h"
 #include "platform/linux/XcbScreens.h"
 #include "platform/linux/XcbWindowServer.h"
+#include "shell/Config.h"
 
 namespace marrowleaf {
 
@@ -17,11 +21,14 @@ struct LinuxDesktop {
     XcbScreens screens{connection};
     XcbWindowServer windowServer{connection, screens};
     XcbAccessibility accessibility{connection};
+    XcbHotkeySource hotkeys{connection};
     GtkNoteWindowFactory noteWindows;
     GtkHudView hud;
     GtkWorkspace workspace;
     GtkPasteboard pasteboard;
     CanberraSounds sounds;
+    AppIndicatorStatusItem statusItem{Config::iconsDir()};
+    AutostartLoginItem loginItem{Config::autostartFile(), AutostartLoginItem::runningProgram()};
 
     // Adds these services to the ones already installed.
     void install() {
@@ -29,11 +36,14 @@ struct LinuxDesktop {
         platform.screens = &screens;
         platform.windowServer = &windowServer;
         platform.accessibility = &accessibility;
+        platform.hotkeySource = &hotkeys;
         platform.noteWindowFactory = &noteWindows;
         platform.hudView = &hud;
         platform.workspace = &workspace;
         platform.pasteboard = &pasteboard;
         platform.sounds = &sounds;
+        platform.statusItem = &statusItem;
+        platform.loginItem = &loginItem;
         Platform::install(platform);
     }
 };

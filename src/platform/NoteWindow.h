@@ -72,6 +72,18 @@ public:
     virtual ~NoteWindowFactory() = default;
     // A new note window at `frame`, hidden, at `level`, with an empty page.
     virtual std::unique_ptr<NoteWindow> create(Rect frame, WindowLevel level) = 0;
+    // A new note window that holds `html`, loaded or loading. A factory that
+    // keeps a window ready (`keepReady`) hands that one out when it holds the
+    // very same page, so the page costs no load.
+    virtual std::unique_ptr<NoteWindow> createWithPage(Rect frame, WindowLevel level, const std::string& html) {
+        auto window = create(frame, level);
+        window->loadPage(html);
+        return window;
+    }
+    // From now on keeps one hidden window ready with `html` loaded, and makes
+    // another after it is handed out. Messages its page posts before it is
+    // handed out reach the handler set then.
+    virtual void keepReady(const std::string& html) { (void)html; }
 };
 
 }

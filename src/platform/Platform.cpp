@@ -35,5 +35,8 @@ HudView& Platform::hudView() { return required(installed.hudView, "hudView"); }
 Workspace& Platform::workspace() { return required(installed.workspace, "workspace"); }
 Pasteboard& Platform::pasteboard() { return required(installed.pasteboard, "pasteboard"); }
 Sounds& Platform::sounds() { return required(installed.sounds, "sounds"); }
+StatusItem& Platform::statusItem() { return required(installed.statusItem, "statusItem"); }
+LoginItem& Platform::loginItem() { return required(installed.loginItem, "loginItem"); }
+HotkeySource& Platform::hotkeySource() { return required(installed.hotkeySource, "hotkeySource"); }
 
 }

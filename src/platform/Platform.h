@@ -14,6 +14,9 @@ class HudView;
 class Workspace;
 class Pasteboard;
 class Sounds;
+class StatusItem;
+class LoginItem;
+class HotkeySource;
 
 // The desktop services the portable code talks to. The application installs
 // the Linux ones at start; tests install fakes. Whoever installs them keeps
@@ -34,6 +37,9 @@ public:
         Workspace* workspace = nullptr;
         Pasteboard* pasteboard = nullptr;
         Sounds* sounds = nullptr;
+        StatusItem* statusItem = nullptr;
+        LoginItem* loginItem = nullptr;
+        HotkeySource* hotkeySource = nullptr;
     };
 
     static const Services& current();
@@ -51,6 +57,9 @@ public:
     static Workspace& workspace();
     static Pasteboard& pasteboard();
     static Sounds& sounds();
+    static StatusItem& statusItem();
+    static LoginItem& loginItem();
+    static HotkeySource& hotkeySource();
 };
 
 }

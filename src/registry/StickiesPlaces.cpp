@@ -21,7 +21,6 @@ namespace {
 constexpr double templateReach = 250;
 constexpr double newWidth = 260;
 constexpr double newHeight = 220;
-constexpr const char* newColor = "yellow";
 // Where a new note's top-left corner goes relative to the pointer or a click.
 constexpr double belowPointer = 20;
 constexpr double leftOfClick = 12;
@@ -35,7 +34,8 @@ double distance(Point point, const Rect& rect) {
     return std::hypot(dx, dy);
 }
 
-Point origin(Stickies::Placement placement, Point mouse, const Stickies::Template& look, const Rect& visible) {
+Point origin(Stickies::Placement placement, Point mouse, const Stickies::Template& look,
+             const Rect& visible) {
     switch (placement) {
     case Stickies::Placement::mouse:
         return {mouse.x - look.width / 2, mouse.y - belowPointer};
@@ -59,7 +59,9 @@ bool Stickies::hiddenHere(const Location& location) const { return isHidden(loca
 
 std::optional<Stickies::Location> Stickies::currentLocation() { return Locations::current(); }
 
-std::optional<Stickies::Location> Stickies::resolve(const Record& record) { return Locations::resolve(record); }
+std::optional<Stickies::Location> Stickies::resolve(const Record& record) {
+    return Locations::resolve(record);
+}
 
 StickyController* Stickies::controller(const std::string& id) const {
     auto found = open.find(id);

@@ -85,6 +85,11 @@ void Stickies::start() {
     observeDesktop();
     snoozeTimer = Platform::mainQueue().every(snoozeInterval, 1.0, [this] { checkSnoozes(); });
     checkSnoozes();
+    // A note made from scratch is usually yellow: its page is kept loaded, so
+    // the new note can be typed into at once.
+    Record blank;
+    blank.color = newColor;
+    Platform::noteWindowFactory().keepReady(StickyController::page(pageTemplate, blank, "", true));
 }
 
 void Stickies::announceChange() {

@@ -2,114 +2,99 @@
 
 #include "platform/Clock.h"
 #include "platform/Platform.h"
+#include "registry/Characters.h"
+#include "registry/SearchItems.h"
 
-#include <algorithm>
-#include <regex>
 #include <sstream>
-#include <utf8proc.h>
+#include <string_view>
 
 namespace marrowleaf {
 
 namespace {
 
 constexpr std::size_t titleLength = 40;
-// How much of a note's text a search item shows.
-constexpr std::size_t detailTextLength = 120;
-constexpr const char* detailSeparator = "  ·  ";
-// The white space the marks' patterns know as \s, so a line the patterns empty
-// is blank, and a carriage return of a Windows line end is no part of a title.
-constexpr const char* whiteSpace = " \t\r\v\f";
+// White space within a line; a carriage return of a Windows line end is no part of a title.
+constexpr std::string_view whiteSpace = " \t\r\v\f";
 
-std::string trimmed(const std::string& line) {
+std::string_view trimmed(std::string_view line) {
     const auto first = line.find_first_not_of(whiteSpace);
-    if (first == std::string::npos) return "";
+    if (first == std::string_view::npos) return {};
     return line.substr(first, line.find_last_not_of(whiteSpace) - first + 1);
 }
 
-// Byte offsets where each user-perceived character starts, plus the end.
-std::vector<std::size_t> characterBoundaries(const std::string& text) {
-    std::vector<std::size_t> starts;
-    const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
-    utf8proc_ssize_t at = 0;
-    const auto size = static_cast<utf8proc_ssize_t>(text.size());
-    utf8proc_int32_t previous = -1;
-    utf8proc_int32_t state = 0;
-    while (at < size) {
-        utf8proc_int32_t codepoint;
-        utf8proc_ssize_t used = utf8proc_iterate(bytes + at, size - at, &codepoint);
-        if (used <= 0) {   // not UTF-8: count the byte on its own
-            used = 1;
-            codepoint = -1;
-        }
-        if (previous < 0 || codepoint < 0 || utf8proc_grapheme_break_stateful(previous, codepoint, &state))
-            starts.push_back(static_cast<std::size_t>(at));
-        previous = codepoint;
-        at += used;
-    }
-    starts.push_back(text.size());
-    return starts;
+// Where the white space starting at `at` ends.
+std::size_t pastSpace(std::string_view line, std::size_t at) {
+    const auto end = line.find_first_not_of(whiteSpace, at);
+    return end == std::string_view::npos ? line.size() : end;
+}
+
+bool isListMark(std::string_view line, std::size_t at) {
+    return at < line.size() && (line[at] == '-' || line[at] == '*');
+}
+
+// The marks are read by hand, in one pass each: std::regex recurses once for
+// every character of a run of spaces or marks, and a first line with tens of
+// thousands of them ran it out of stack.
+
+// "  ## Heading" → "Heading"
+std::string_view withoutHeading(std::string_view line) {
+    const std::size_t marks = pastSpace(line, 0);
+    std::size_t at = marks;
+    while (at < line.size() && line[at] == '#')
+        ++at;
+    return at == marks ? line : line.substr(pastSpace(line, at));
+}
+
+// "- [x] Task" → "Task": a box of one character, the mark and the box with or without space between.
+std::string_view withoutTask(std::string_view line) {
+    std::size_t at = pastSpace(line, 0);
+    if (!isListMark(line, at)) return line;
+    at = pastSpace(line, at + 1);
+    constexpr std::size_t boxLength = 3;
+    if (line.size() - at < boxLength || line[at] != '[' || line[at + 1] == '\r' || line[at + 2] != ']')
+        return line;
+    return line.substr(pastSpace(line, at + boxLength));
+}
+
+// "- Item" → "Item": a bullet is followed by white space.
+std::string_view withoutBullet(std::string_view line) {
+    const std::size_t at = pastSpace(line, 0);
+    if (!isListMark(line, at)) return line;
+    const std::size_t text = pastSpace(line, at + 1);
+    return text == at + 1 ? line : line.substr(text);
 }
 
 }
 
 std::string Stickies::title(const std::string& text) {
-    static const std::regex heading(R"(^\s*#+\s*)");
-    static const std::regex task(R"(^\s*[-*]\s*\[.\]\s*)");
-    static const std::regex bullet(R"(^\s*[-*]\s+)");
-
     // A line of marks alone ("# " as a heading is begun) names nothing.
     std::istringstream lines(text);
     std::string chosen;
-    for (std::string line; chosen.empty() && std::getline(lines, line);) {
-        for (const auto* mark : {&heading, &task, &bullet})
-            line = std::regex_replace(line, *mark, "");
-        chosen = trimmed(line);
-    }
+    for (std::string line; chosen.empty() && std::getline(lines, line);)
+        chosen = trimmed(withoutBullet(withoutTask(withoutHeading(line))));
     if (chosen.empty()) return "(empty)";
 
-    const auto boundaries = characterBoundaries(chosen);
+    const auto boundaries = Characters::boundaries(chosen);
     const std::size_t characters = boundaries.size() - 1;
     if (characters <= titleLength) return chosen;
     return chosen.substr(0, boundaries[titleLength - 1]) + "…";
 }
 
-namespace {
-
-// The first `count` user-perceived characters of `text`.
-std::string firstCharacters(const std::string& text, std::size_t count) {
-    const auto boundaries = characterBoundaries(text);
-    if (boundaries.size() - 1 <= count) return text;
-    return text.substr(0, boundaries[count]);
-}
-
-}
-
 std::vector<Stickies::SearchItem> Stickies::searchItems() {
-    static const std::regex whiteSpace(R"(\s+)");
     const double now = Platform::clock().now();
-    std::vector<SearchItem> items;
+    std::vector<NoteSummary> notes;
     for (const auto& [id, controller] : open) {
         auto found = state.stickies.find(id);
         if (found == state.stickies.end()) continue;
         const Record& record = found->second;
-        SearchItem item;
-        item.id = id;
-        item.title = title(controller->content);
-        item.snoozed = now < record.snoozeUntil.value_or(0);
-        std::string place;
-        if (item.snoozed) {
-            place = "😴 until " + record.snoozeLabel.value_or("later");
-        } else if (const auto where = resolve(record)) {
-            place = "Desktop " + std::to_string(where->desktop);
-        }
-        const std::string text = std::regex_replace(controller->content, whiteSpace, " ");
-        item.detail = place + detailSeparator + firstCharacters(text, detailTextLength);
-        items.push_back(std::move(item));
+        NoteSummary note{id, controller->content, std::nullopt, std::nullopt};
+        if (now < record.snoozeUntil.value_or(0))
+            note.sleepsUntil = record.snoozeLabel.value_or("later");
+        else if (const auto where = resolve(record))
+            note.desktop = where->desktop;
+        notes.push_back(std::move(note));
     }
-    // By detail alone, byte for byte (so by code point): notes group by the
-    // desktop number as text, and sleeping notes come last.
-    std::ranges::stable_sort(items, {}, &SearchItem::detail);
-    return items;
+    return SearchItems::of(notes);
 }
 
 }

@@ -12,7 +12,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* notesDirKey = "NotesDirectory";
-constexpr const char* altClickKey = "AltClickNewSticky";
 constexpr int pageSearchDepth = 6;
 
 ConfigSources sources;
@@ -44,6 +43,23 @@ std::optional<fs::path> executableFolder() {
     if (!sources.arguments.empty()) program = fs::canonical(sources.arguments.front(), error);
     if (program.empty() || error) return std::nullopt;
     return program.parent_path();
+}
+
+// A file or folder the program ships: in an installed data folder, else in
+// the Resources folder of a build, found by walking up from the program.
+std::optional<fs::path> resource(const fs::path& name, fs::file_type type) {
+    std::error_code error;
+    for (const auto& dir : sources.dataDirs) {
+        if (fs::status(dir / name, error).type() == type) return dir / name;
+    }
+    auto folder = executableFolder();
+    for (int step = 0; folder && step < pageSearchDepth; ++step) {
+        auto candidate = *folder / "Resources" / name;
+        if (fs::status(candidate, error).type() == type) return candidate;
+        if (folder->parent_path() == *folder) break;
+        folder = folder->parent_path();
+    }
+    return std::nullopt;
 }
 
 // XDG base folders: an absolute value of the variable, else the default under home.
@@ -91,20 +107,9 @@ fs::path Config::notesDir() {
     return *cachedNotesDir;
 }
 
-std::optional<fs::path> Config::stickyHTML() {
-    std::error_code error;
-    for (const auto& dir : sources.dataDirs) {
-        if (fs::is_regular_file(dir / "sticky.html", error)) return dir / "sticky.html";
-    }
-    auto folder = executableFolder();
-    for (int step = 0; folder && step < pageSearchDepth; ++step) {
-        auto candidate = *folder / "Resources" / "sticky.html";
-        if (fs::is_regular_file(candidate, error)) return candidate;
-        if (folder->parent_path() == *folder) break;
-        folder = folder->parent_path();
-    }
-    return std::nullopt;
-}
+std::optional<fs::path> Config::stickyHTML() { return resource("sticky.html", fs::file_type::regular); }
+
+std::optional<fs::path> Config::iconsDir() { return resource("icons", fs::file_type::directory); }
 
 std::string Config::appName() { return sources.appName.value_or("Marrowleaf"); }
 
@@ -121,6 +126,10 @@ bool Config::altClickEnabled() {
 }
 
 fs::path Config::configDir() { return xdgFolder("XDG_CONFIG_HOME", ".config") / "marrowleaf"; }
+
+fs::path Config::autostartFile() {
+    return xdgFolder("XDG_CONFIG_HOME", ".config") / "autostart" / "marrowleaf.desktop";
+}
 
 fs::path Config::logFile() {
     return xdgFolder("XDG_STATE_HOME", ".local/state") / "marrowleaf" / "Marrowleaf.log";

@@ -29,13 +29,19 @@ struct Config {
     static void useNotesDirOption(std::string path);
     static std::filesystem::path notesDir();   // fixed on first use
     static std::optional<std::filesystem::path> stickyHTML();
+    // The folder of the program's own icons, found like the note page.
+    static std::optional<std::filesystem::path> iconsDir();
     static std::string appName();
     static std::string version();
     static std::string supportURL();
     static bool altClickEnabled();
+    // The user default that turns Alt-click on the desktop on and off.
+    static constexpr const char* altClickKey = "AltClickNewSticky";
 
     // $XDG_CONFIG_HOME/marrowleaf (default ~/.config/marrowleaf): the defaults key file lives here.
     static std::filesystem::path configDir();
+    // $XDG_CONFIG_HOME/autostart/marrowleaf.desktop: the program starts at login while it is there.
+    static std::filesystem::path autostartFile();
     // $XDG_STATE_HOME/marrowleaf/Marrowleaf.log (default ~/.local/state/…).
     static std::filesystem::path logFile();
     // $XDG_STATE_HOME/marrowleaf/unsaved: note text that could not be written at quit.

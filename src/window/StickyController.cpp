@@ -92,13 +92,17 @@ StickyController::StickyController(std::string id, std::string content, const Re
                                    const std::string& pageTemplate, MessageSink sink, PageLoad load)
     : id(std::move(id)), content(std::move(content)), pageTemplate(&pageTemplate), sink(std::move(sink)),
       shownColor(StickyColor::named(record.color).name) {
-    noteWindow =
-        Platform::noteWindowFactory().create(record.frame.rect(), level(record.pinned.value_or(false)));
+    auto& factory = Platform::noteWindowFactory();
+    const WindowLevel startLevel = level(record.pinned.value_or(false));
+    if (load == PageLoad::now) {
+        requested = true;
+        noteWindow = factory.createWithPage(record.frame.rect(), startLevel,
+                                            page(pageTemplate, record, this->content, editNow));
+    } else {
+        noteWindow = factory.create(record.frame.rect(), startLevel);
+    }
     noteWindow->setMessageHandler([this](const nlohmann::json& body) { receive(body); });
     noteWindow->setPageLostHandler([this] { reloadPage(); });
-    if (load == PageLoad::later) return;
-    requested = true;
-    noteWindow->loadPage(page(pageTemplate, record, this->content, editNow));
 }
 
 void StickyController::loadPage() {

@@ -2,15 +2,18 @@
 // The registry in the real program: notes files and the state file in a
 // fresh home, the program on Xvfb with openbox and four desktops, watched
 // through its test interface on the session bus and through the X server.
+#include "input/HUD.h"
 #include "integration/AppClient.h"
 #include "integration/Harness.h"
 #include "integration/PageScript.h"
+#include "platform/linux/GtkHudView.h"
 #include "storage/Model.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -54,6 +57,38 @@ inline const std::string leaveEditorScript = byId(element::editor) + ".blur(), t
 
 inline std::string postScript(const json& message) {
     return "window.webkit.messageHandlers.sticky.postMessage(" + message.dump() + "), true";
+}
+
+// ---------------------------------------------------------------- the message pill
+
+struct Pill {
+    xcb_window_t window = XCB_NONE;
+    int x = 0, y = 0, width = 0, height = 0;
+};
+
+// Our override-redirect windows on screen: the window manager never sees them.
+inline std::vector<Pill> overrideRedirectWindowsOf(XConnection& x, pid_t pid) {
+    std::vector<Pill> found;
+    xcb_connection_t* c = x.get();
+    auto* tree = xcb_query_tree_reply(c, xcb_query_tree(c, x.root()), nullptr);
+    if (!tree) return found;
+    const xcb_window_t* children = xcb_query_tree_children(tree);
+    for (int i = 0; i < xcb_query_tree_children_length(tree); ++i) {
+        const xcb_window_t window = children[i];
+        auto* attributes = xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr);
+        const bool candidate =
+            attributes && attributes->override_redirect && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+        free(attributes);
+        if (!candidate) continue;
+        auto owner = x.cardinals(window, "_NET_WM_PID");
+        if (!owner || owner->empty() || static_cast<pid_t>(owner->front()) != pid) continue;
+        auto* geometry = xcb_get_geometry_reply(c, xcb_get_geometry(c, window), nullptr);
+        if (!geometry) continue;
+        found.push_back({window, geometry->x, geometry->y, geometry->width, geometry->height});
+        free(geometry);
+    }
+    free(tree);
+    return found;
 }
 
 class RegistrySession : public ::testing::Test {
@@ -159,6 +194,21 @@ protected:
         if (!values) return false;
         return std::ranges::find(*values, x().atom(state)) != values->end();
     }
+
+    // Whether a message pill of ours sized for `text` comes on screen.
+    bool showsMessage(const std::string& text, std::chrono::milliseconds timeout = 5s) {
+        GtkHudView view;
+        const Size size = view.textSize(text);
+        const int width = static_cast<int>(std::ceil(size.width + 2 * HUD::horizontalPadding));
+        return waitUntil(
+            [&] {
+                const auto pills = overrideRedirectWindowsOf(x(), app.pid());
+                return std::ranges::any_of(pills, [&](const Pill& pill) { return pill.width == width; });
+            },
+            timeout, 10ms);
+    }
+
+    bool anyMessageShown() { return !overrideRedirectWindowsOf(x(), app.pid()).empty(); }
 
     void switchToDesktop(int number) {
         const CommandResult result = session.run({"xdotool", "set_desktop", std::to_string(number - 1)});

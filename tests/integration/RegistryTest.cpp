@@ -17,36 +17,6 @@ class Registry : public RegistrySession {};
 
 // ---------------------------------------------------------------- the message pill
 
-struct Pill {
-    xcb_window_t window = XCB_NONE;
-    int x = 0, y = 0, width = 0, height = 0;
-};
-
-// Our override-redirect windows on screen: the window manager never sees them.
-std::vector<Pill> overrideRedirectWindowsOf(XConnection& x, pid_t pid) {
-    std::vector<Pill> found;
-    xcb_connection_t* c = x.get();
-    auto* tree = xcb_query_tree_reply(c, xcb_query_tree(c, x.root()), nullptr);
-    if (!tree) return found;
-    const xcb_window_t* children = xcb_query_tree_children(tree);
-    for (int i = 0; i < xcb_query_tree_children_length(tree); ++i) {
-        const xcb_window_t window = children[i];
-        auto* attributes = xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr);
-        const bool candidate =
-            attributes && attributes->override_redirect && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
-        free(attributes);
-        if (!candidate) continue;
-        auto owner = x.cardinals(window, "_NET_WM_PID");
-        if (!owner || owner->empty() || static_cast<pid_t>(owner->front()) != pid) continue;
-        auto* geometry = xcb_get_geometry_reply(c, xcb_get_geometry(c, window), nullptr);
-        if (!geometry) continue;
-        found.push_back({window, geometry->x, geometry->y, geometry->width, geometry->height});
-        free(geometry);
-    }
-    free(tree);
-    return found;
-}
-
 // The top-level window that would take a click at a point of the screen.
 xcb_window_t windowTakingClicksAt(XConnection& x, int px, int py) {
     xcb_connection_t* c = x.get();

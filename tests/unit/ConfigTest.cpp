@@ -148,3 +148,39 @@ TEST_F(ConfigTest, logAndConfigDefaultUnderHomeWhenXdgIsUnsetOrRelative) {
     EXPECT_EQ(Config::logFile(), fs::path("/home/someone/.local/state/marrowleaf/Marrowleaf.log"));
     EXPECT_EQ(Config::configDir(), fs::path("/home/someone/.config/marrowleaf"));
 }
+
+TEST_F(ConfigTest, theIconsAreFoundInTheResourcesOfABuildLikeThePage) {
+    support::TempFolder root;
+    support::writeFile(root / "Resources/icons/marrowleaf-note-symbolic.svg", "<svg/>");
+    const fs::path program = root.path / "build/marrowleaf";
+    support::writeFile(program, "");
+    configure(std::nullopt, {}, program.string());
+    EXPECT_EQ(Config::iconsDir(), root.path / "Resources/icons");
+}
+
+TEST_F(ConfigTest, theInstalledIconsComeFirst) {
+    support::TempFolder root;
+    support::writeFile(root / "share/marrowleaf/icons/marrowleaf-note-symbolic.svg", "<svg/>");
+    support::writeFile(root / "bin/Resources/icons/marrowleaf-note-symbolic.svg", "<svg/>");
+    support::writeFile(root / "bin/marrowleaf", "");
+    ConfigSources sources;
+    sources.arguments = {(root / "bin/marrowleaf").string()};
+    sources.dataDirs = {root / "share/marrowleaf"};
+    Config::configure(sources);
+    EXPECT_EQ(Config::iconsDir(), root.path / "share/marrowleaf/icons");
+}
+
+TEST_F(ConfigTest, aFileNamedIconsIsNoIconsFolder) {
+    support::TempFolder root;
+    support::writeFile(root / "Resources/icons", "not a folder");
+    support::writeFile(root / "bin/marrowleaf", "");
+    configure(std::nullopt, {}, (root / "bin/marrowleaf").string());
+    EXPECT_EQ(Config::iconsDir(), std::nullopt);
+}
+
+TEST_F(ConfigTest, theAutostartEntryFollowsTheXdgConfigFolder) {
+    configure(std::nullopt, {{"XDG_CONFIG_HOME", "/etc/me"}});
+    EXPECT_EQ(Config::autostartFile(), fs::path("/etc/me/autostart/marrowleaf.desktop"));
+    configure(std::nullopt);
+    EXPECT_EQ(Config::autostartFile(), fs::path("/home/someone/.config/autostart/marrowleaf.desktop"));
+}

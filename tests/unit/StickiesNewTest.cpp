@@ -14,7 +14,8 @@ protected:
 
     void SetUp() override {
         RegistryFixture::SetUp();
-        platform.screens.screens = {FakeScreens::display(1, "MAIN", {0, 0, 1440, 900}, Rect{0, 25, 1440, 875})};
+        platform.screens.screens = {
+            FakeScreens::display(1, "MAIN", {0, 0, 1440, 900}, Rect{0, 25, 1440, 875})};
     }
 
     // The id of the one note made since the start, and its record.
@@ -24,6 +25,20 @@ protected:
         return "";
     }
     const Record& madeRecord() { return registry->appState().stickies.at(made()); }
+
+    // A note seeded before the start.
+    void seedNote(const std::string& id, const std::string& color, Frame frame, std::int64_t desktop = 1) {
+        AppState state = stateOnDiskOrEmpty();
+        Record note = record(desktop, frame);
+        note.color = color;
+        state.stickies[id] = note;
+        saveState(state);
+        writeNote(id, id);
+    }
+
+    AppState stateOnDiskOrEmpty() {
+        return std::filesystem::exists(notes / ".stickies.json") ? stateOnDisk() : AppState{};
+    }
 
     void fullScreenInFront() {
         auto& display = platform.windowServer.description.at(0);
@@ -57,12 +72,7 @@ TEST_F(StickiesNew, aMenuNoteIsCentredAcrossAndAThirdDownTheScreen) {
 }
 
 TEST_F(StickiesNew, aNoteMadeNearABlueNoteTakesItsColourAndSize) {
-    AppState state;
-    Record blue = record(1, {400, 300, 300, 200});
-    blue.color = "blue";
-    state.stickies["blue"] = blue;
-    saveState(state);
-    writeNote("blue", "b");
+    seedNote("blue", "blue", {400, 300, 300, 200});
     registry->start();
     platform.screens.pointerAt = {900, 400};   // 200 points right of the blue note's body
     registry->newSticky(Stickies::Placement::desktopClick);
@@ -72,40 +82,22 @@ TEST_F(StickiesNew, aNoteMadeNearABlueNoteTakesItsColourAndSize) {
 }
 
 TEST_F(StickiesNew, aNoteBeyondReachLendsNothing) {
-    AppState state;
-    Record blue = record(1, {100, 300, 300, 200});
-    blue.color = "blue";
-    state.stickies["blue"] = blue;
-    saveState(state);
-    writeNote("blue", "b");
+    seedNote("blue", "blue", {100, 300, 300, 200});
     registry->start();
     EXPECT_EQ(registry->templateFor({100 + 300 - 6 + 250, 400}), (Stickies::Template{"yellow", 260, 220}));
     EXPECT_EQ(registry->templateFor({100 + 300 - 6 + 249, 400}), (Stickies::Template{"blue", 300, 200}));
 }
 
 TEST_F(StickiesNew, theNearestOfTwoNotesLendsItsLook) {
-    AppState state;
-    Record blue = record(1, {100, 300, 300, 200});
-    blue.color = "blue";
-    Record green = record(1, {700, 300, 200, 150});
-    green.color = "green";
-    state.stickies["blue"] = blue;
-    state.stickies["green"] = green;
-    saveState(state);
-    writeNote("blue", "b");
-    writeNote("green", "g");
+    seedNote("blue", "blue", {100, 300, 300, 200});
+    seedNote("green", "green", {700, 300, 200, 150});
     registry->start();
     EXPECT_EQ(registry->templateFor({650, 350}).color, "green");
     EXPECT_EQ(registry->templateFor({450, 350}).color, "blue");
 }
 
 TEST_F(StickiesNew, aNoteOnAnotherDesktopLendsNothing) {
-    AppState state;
-    Record blue = record(2, {400, 300, 300, 200});
-    blue.color = "blue";
-    state.stickies["blue"] = blue;
-    saveState(state);
-    writeNote("blue", "b");
+    seedNote("blue", "blue", {400, 300, 300, 200}, 2);
     registry->start();
     EXPECT_EQ(registry->templateFor({500, 350}).color, "yellow");
 }
@@ -241,7 +233,7 @@ TEST_F(StickiesNew, theNotesHereAreThoseOfTheDesktopInFrontAwakeAndOldestFirst) 
         writeNote(id, "# " + id.substr(7, 4) + "\nmore");
     registry->start();
     EXPECT_EQ(registry->here(), (std::vector<Stickies::Listed>{{"sticky-20240101-090000", "2024"},
-                                                                {"sticky-20250101-090000", "2025"}}));
+                                                               {"sticky-20250101-090000", "2025"}}));
 }
 
 TEST_F(StickiesNew, noNotesAreHereWhileAFullScreenWindowIsInFront) {
@@ -265,4 +257,21 @@ TEST_F(StickiesNew, neighboursAreTheFramesOfTheOtherNotesOnScreen) {
     platform.windowServer.spacesAfterMove = std::vector<SpaceId>{};   // c stays off screen
     registry->start();
     EXPECT_EQ(registry->neighbours({"a"}), (std::vector<Rect>{{500, 100, 260, 220}}));
+}
+
+TEST_F(StickiesNew, aBlankNotePageIsKeptReadySoANewYellowNoteNeedsNoLoad) {
+    registry->start();
+    ASSERT_EQ(platform.noteWindows.readyPage, "<page color=\"yellow\" edit=true>\"\"</page>");
+    registry->newSticky(Stickies::Placement::mouse);
+    EXPECT_EQ(platform.noteWindows.readyUsed, 1);
+    EXPECT_EQ(window(made()).pages, std::vector<std::string>{*platform.noteWindows.readyPage});
+}
+
+TEST_F(StickiesNew, aNewNoteOfAnotherColourLoadsItsOwnPage) {
+    seedNote("blue", "blue", {400, 300, 300, 200});
+    registry->start();
+    platform.screens.pointerAt = {600, 400};
+    registry->newSticky(Stickies::Placement::mouse);
+    EXPECT_EQ(platform.noteWindows.readyUsed, 0);
+    EXPECT_EQ(window(made()).pages, std::vector<std::string>{"<page color=\"blue\" edit=true>\"\"</page>"});
 }

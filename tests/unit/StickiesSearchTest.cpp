@@ -70,3 +70,8 @@ TEST_F(StickiesSearch, anEmptyNoteIsListedWithTheEmptyTitle) {
     EXPECT_EQ(items.at(0).title, "(empty)");
     EXPECT_EQ(items.at(0).detail, "Desktop 1  ·  ");
 }
+
+TEST_F(StickiesSearch, aHugeRunOfWhiteSpaceIsOneSpace) {
+    const auto items = itemsFor({{"a", {record(1), "a" + std::string(200000, ' ') + "\n\t\nb"}}});
+    EXPECT_EQ(items.at(0).detail, "Desktop 1  ·  a b");
+}

@@ -44,3 +44,34 @@ TEST(StickiesTitle, emojiAndCombiningAccentsCountAsOneCharacterEach) {
         expected += "e\xCC\x81";
     EXPECT_EQ(Stickies::title(longer), expected + "…");
 }
+
+TEST(StickiesTitle, aLineOfMarksAloneIsPassedOverForTheNextLine) {
+    EXPECT_EQ(Stickies::title("# \nGroceries\n"), "Groceries");
+}
+
+TEST(StickiesTitle, marksAndWhitespaceAloneGiveEmpty) {
+    EXPECT_EQ(Stickies::title(" \n\v* \n- [ ] \n#\n"), "(empty)");
+}
+
+TEST(StickiesTitle, windowsLineEndsAreNeitherATitleNorPartOfOne) {
+    EXPECT_EQ(Stickies::title("\r\nHello\r\nworld\r\n"), "Hello");
+}
+
+TEST(StickiesTitle, aFirstLineIndentedByAHundredThousandSpacesIsReadWithoutRunningOutOfStack) {
+    EXPECT_EQ(Stickies::title(std::string(100000, ' ') + "# Heading"), "Heading");
+}
+
+TEST(StickiesTitle, aHundredThousandHeadingMarksAreAllTakenOff) {
+    EXPECT_EQ(Stickies::title(std::string(100000, '#') + " Heading"), "Heading");
+}
+
+TEST(StickiesTitle, aBulletFollowedByAHundredThousandSpacesLosesThemAll) {
+    EXPECT_EQ(Stickies::title("-" + std::string(100000, ' ') + "item"), "item");
+}
+
+TEST(StickiesTitle, aMarkWithoutSpaceAfterItIsText) { EXPECT_EQ(Stickies::title("-item"), "-item"); }
+
+TEST(StickiesTitle, aTaskBoxHoldsOneCharacter) {
+    EXPECT_EQ(Stickies::title("- [ab] later"), "[ab] later");
+    EXPECT_EQ(Stickies::title("*[]] done"), "done");
+}

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -81,6 +82,15 @@ public:
     // The live window with that number; null when there is none.
     FakeNoteWindow* window(WindowNumber number) const;
     int createdCount() const { return static_cast<int>(nextNumber - 1); }
+
+    // Records the page to keep ready; a window asked for with that page counts in `readyUsed`.
+    void keepReady(const std::string& html) override { readyPage = html; }
+    std::unique_ptr<NoteWindow> createWithPage(Rect frame, WindowLevel level, const std::string& html) override {
+        if (readyPage == html) ++readyUsed;
+        return NoteWindowFactory::createWithPage(frame, level, html);
+    }
+    std::optional<std::string> readyPage;
+    int readyUsed = 0;
 
 private:
     class Tracked;

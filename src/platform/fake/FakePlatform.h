@@ -4,7 +4,10 @@
 #include "platform/fake/FakeClock.h"
 #include "platform/fake/FakeDefaults.h"
 #include "platform/fake/FakeFolderEvents.h"
+#include "platform/fake/FakeHotkeySource.h"
 #include "platform/fake/FakeHudView.h"
+#include "platform/fake/FakeLoginItem.h"
+#include "platform/fake/FakeStatusItem.h"
 #include "platform/fake/FakeWorkspace.h"
 #include "platform/fake/FakeNoteWindow.h"
 #include "platform/fake/FakeScreens.h"
@@ -32,6 +35,9 @@ public:
     FakeWorkspace workspace;
     FakePasteboard pasteboard;
     FakeSounds sounds;
+    FakeStatusItem statusItem;
+    FakeLoginItem loginItem;
+    FakeHotkeySource hotkeys;
 
     // Re-installs after a test changed a member's wiring.
     void reinstall() { Platform::install(services()); }
@@ -52,6 +58,9 @@ private:
         p.workspace = &workspace;
         p.pasteboard = &pasteboard;
         p.sounds = &sounds;
+        p.statusItem = &statusItem;
+        p.loginItem = &loginItem;
+        p.hotkeySource = &hotkeys;
         return p;
     }
 };

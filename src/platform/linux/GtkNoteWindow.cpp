@@ -350,10 +350,27 @@ void GtkNoteWindow::updateShape() {
     shapedForNoCompositor = true;
 }
 
+void GtkNoteWindow::setMessageHandler(MessageHandler handler) {
+    messageHandler = std::move(handler);
+    if (!messageHandler || everHeard) return;
+    everHeard = true;
+    auto early = std::move(unheard);
+    unheard.clear();
+    for (const auto& body : early) {
+        if (!messageHandler) break;
+        auto current = messageHandler;
+        current(body);
+    }
+}
+
 void GtkNoteWindow::messageArrived(const char* jsonText) {
-    if (!messageHandler || !jsonText) return;
+    if (!jsonText) return;
     nlohmann::json body = nlohmann::json::parse(jsonText, nullptr, false);
     if (body.is_discarded()) return;
+    if (!messageHandler) {
+        if (!everHeard) unheard.push_back(std::move(body));
+        return;
+    }
     // A copy: the handler may replace itself while it runs.
     auto handler = messageHandler;
     handler(body);

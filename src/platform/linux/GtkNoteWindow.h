@@ -6,6 +6,8 @@
 #include <deque>
 #include <memory>
 #include <set>
+#include <string>
+#include <vector>
 
 typedef struct _GtkWidget GtkWidget;
 typedef struct _GtkApplication GtkApplication;
@@ -45,7 +47,7 @@ public:
     void loadPage(const std::string& html) override;
     void runScript(const std::string& script) override;
     void evaluate(const std::string& script, std::function<void(std::optional<std::string>)> done) override;
-    void setMessageHandler(MessageHandler handler) override { messageHandler = std::move(handler); }
+    void setMessageHandler(MessageHandler handler) override;
     void setPageLostHandler(PageLostHandler handler) override { pageLostHandler = std::move(handler); }
 
     // Whether the page has finished loading since the last `loadPage`.
@@ -76,6 +78,9 @@ private:
     unsigned long compositedChangedId = 0;
     MessageHandler messageHandler;
     PageLostHandler pageLostHandler;
+    // Messages a page posted before anyone listened (a window made ready in advance).
+    std::vector<nlohmann::json> unheard;
+    bool everHeard = false;
 
     void makeWindow(Rect frame);
     void makeView();
@@ -103,6 +108,12 @@ public:
     GtkNoteWindowFactory& operator=(const GtkNoteWindowFactory&) = delete;
 
     std::unique_ptr<NoteWindow> create(Rect frame, WindowLevel level) override;
+    std::unique_ptr<NoteWindow> createWithPage(Rect frame, WindowLevel level,
+                                               const std::string& html) override;
+    // The ready window is made a while after it is asked for or handed out,
+    // so it never competes with the pages being shown.
+    void keepReady(const std::string& html) override;
+    static constexpr unsigned readyDelayMs = 1000;
     // Windows made from now on belong to `application` and answer its keys.
     void setApplication(GtkApplication* app) { application = app; }
     // The built Markdown page (Resources/markdown.html) that renders every
@@ -122,6 +133,13 @@ private:
     GtkApplication* application = nullptr;
     std::set<GtkNoteWindow*> live;
     unsigned reloadSource = 0;
+    // The hidden window kept with `readyPage` loaded, once made.
+    std::string readyPage;
+    std::unique_ptr<GtkNoteWindow> ready;
+    unsigned readySource = 0;
+
+    void planReady();
+    void makeReady();
 
     void webProcessEnded(int reason);
     void reloadAll();

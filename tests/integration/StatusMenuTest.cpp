@@ -1,0 +1,622 @@
+// The tray menu of the real program, as a tray host sees it: a stand-in
+// StatusNotifierWatcher on the session's bus takes the item's registration,
+// and the test reads and clicks the menu over com.canonical.dbusmenu.
+#include "integration/RegistrySession.h"
+
+#include <gio/gio.h>
+
+#include <ctime>
+#include <sstream>
+
+using namespace marrowleaf;
+using namespace marrowleaf::testing;
+
+namespace {
+
+constexpr const char* watcherName = "org.kde.StatusNotifierWatcher";
+constexpr const char* watcherPath = "/StatusNotifierWatcher";
+constexpr const char* indent = "    ";
+constexpr auto menuTimeout = 15s;
+
+// One row of the menu as the program sent it.
+struct TrayRow {
+    int id = 0;
+    std::string label;
+    bool enabled = true;
+    bool visible = true;
+    bool separator = false;
+    std::string toggleType;   // "checkmark" for a row with a check
+    int toggleState = -1;     // 0 off, 1 on
+    std::vector<std::vector<std::string>> shortcut;
+
+    // The label as a host shows it: without its indent, and with the doubled
+    // underscores that keep a "_" from marking a mnemonic made single again.
+    std::string title() const {
+        const std::string text = label.substr(static_cast<std::size_t>(indentLevel()) * 4);
+        std::string shown;
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            shown += text[i];
+            if (text[i] == '_' && i + 1 < text.size() && text[i + 1] == '_') ++i;
+        }
+        return shown;
+    }
+    int indentLevel() const {
+        int level = 0;
+        while (label.compare(static_cast<std::size_t>(level) * 4, 4, indent) == 0)
+            ++level;
+        return level;
+    }
+};
+
+using TrayMenu = std::vector<TrayRow>;
+
+// "---" for a separator, else the title.
+std::vector<std::string> titles(const TrayMenu& menu) {
+    std::vector<std::string> result;
+    for (const auto& row : menu)
+        result.push_back(row.separator ? "---" : row.title());
+    return result;
+}
+
+std::optional<TrayRow> rowTitled(const TrayMenu& menu, const std::string& title) {
+    for (const auto& row : menu)
+        if (!row.separator && row.title() == title) return row;
+    return std::nullopt;
+}
+
+std::string describe(const std::optional<TrayMenu>& menu) {
+    if (!menu) return "(no menu)";
+    std::ostringstream text;
+    for (const auto& row : *menu) {
+        text << "\n  " << row.id << " ";
+        if (row.separator) {
+            text << "---";
+            continue;
+        }
+        text << '"' << row.label << '"' << (row.enabled ? "" : " disabled");
+        if (!row.toggleType.empty()) text << " " << row.toggleType << "=" << row.toggleState;
+        for (const auto& keys : row.shortcut) {
+            text << " [";
+            for (const auto& key : keys)
+                text << key << " ";
+            text << "]";
+        }
+    }
+    return text.str();
+}
+
+TrayRow parseRow(GVariant* layout) {
+    TrayRow row;
+    GVariant* properties = nullptr;
+    GVariant* children = nullptr;
+    g_variant_get(layout, "(i@a{sv}@av)", &row.id, &properties, &children);
+    GVariantIter iter;
+    g_variant_iter_init(&iter, properties);
+    const char* key = nullptr;
+    GVariant* value = nullptr;
+    while (g_variant_iter_next(&iter, "{&sv}", &key, &value)) {
+        const std::string name = key;
+        if (name == "label" && g_variant_is_of_type(value, G_VARIANT_TYPE_STRING))
+            row.label = g_variant_get_string(value, nullptr);
+        else if (name == "enabled" && g_variant_is_of_type(value, G_VARIANT_TYPE_BOOLEAN))
+            row.enabled = g_variant_get_boolean(value);
+        else if (name == "visible" && g_variant_is_of_type(value, G_VARIANT_TYPE_BOOLEAN))
+            row.visible = g_variant_get_boolean(value);
+        else if (name == "type" && g_variant_is_of_type(value, G_VARIANT_TYPE_STRING))
+            row.separator = std::string(g_variant_get_string(value, nullptr)) == "separator";
+        else if (name == "toggle-type" && g_variant_is_of_type(value, G_VARIANT_TYPE_STRING))
+            row.toggleType = g_variant_get_string(value, nullptr);
+        else if (name == "toggle-state" && g_variant_is_of_type(value, G_VARIANT_TYPE_INT32))
+            row.toggleState = g_variant_get_int32(value);
+        else if (name == "shortcut" && g_variant_is_of_type(value, G_VARIANT_TYPE("aas"))) {
+            GVariantIter combos;
+            g_variant_iter_init(&combos, value);
+            GVariant* combo = nullptr;
+            while ((combo = g_variant_iter_next_value(&combos))) {
+                std::vector<std::string> keys;
+                gsize count = 0;
+                const char** strings = g_variant_get_strv(combo, &count);
+                for (gsize i = 0; i < count; ++i)
+                    keys.emplace_back(strings[i]);
+                g_free(strings);
+                row.shortcut.push_back(std::move(keys));
+                g_variant_unref(combo);
+            }
+        }
+        g_variant_unref(value);
+    }
+    g_variant_unref(properties);
+    g_variant_unref(children);
+    return row;
+}
+
+// What a tray host sees on the session bus: the items registered with the
+// watcher, and our item's menu.
+class TrayHost {
+public:
+    explicit TrayHost(const XSession& session) {
+        GError* error = nullptr;
+        bus = g_dbus_connection_new_for_address_sync(
+            session.busAddress().c_str(),
+            static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+            nullptr, nullptr, &error);
+        if (!bus) {
+            std::string message = error ? error->message : "unknown error";
+            g_clear_error(&error);
+            throw std::runtime_error("can't reach the session bus: " + message);
+        }
+    }
+    ~TrayHost() { g_object_unref(bus); }
+    TrayHost(const TrayHost&) = delete;
+    TrayHost& operator=(const TrayHost&) = delete;
+
+    bool watcherRunning() {
+        GVariant* reply = call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                               "NameHasOwner", g_variant_new("(s)", watcherName), "(b)");
+        if (!reply) return false;
+        gboolean owned = FALSE;
+        g_variant_get(reply, "(b)", &owned);
+        g_variant_unref(reply);
+        return owned;
+    }
+
+    // Every item the watcher holds, as "<bus name><object path>".
+    std::vector<std::string> items() {
+        std::vector<std::string> result;
+        GVariant* value = property(watcherName, watcherPath, watcherName, "RegisteredStatusNotifierItems");
+        if (!value) return result;
+        gsize count = 0;
+        const char** strings = g_variant_get_strv(value, &count);
+        for (gsize i = 0; i < count; ++i)
+            result.emplace_back(strings[i]);
+        g_free(strings);
+        g_variant_unref(value);
+        return result;
+    }
+
+    // A text property of the one registered item (its Id, Title, IconName…); absent without one.
+    std::optional<std::string> itemText(const char* name) {
+        const auto all = items();
+        if (all.size() != 1) return std::nullopt;
+        const auto slash = all.front().find('/');
+        if (slash == std::string::npos) return std::nullopt;
+        GVariant* value = property(all.front().substr(0, slash), all.front().substr(slash),
+                                   "org.kde.StatusNotifierItem", name);
+        if (!value) return std::nullopt;
+        std::optional<std::string> text;
+        if (g_variant_is_of_type(value, G_VARIANT_TYPE_STRING) ||
+            g_variant_is_of_type(value, G_VARIANT_TYPE_OBJECT_PATH))
+            text = g_variant_get_string(value, nullptr);
+        g_variant_unref(value);
+        return text;
+    }
+
+    // The menu of the one registered item, top-level rows that show, in order.
+    std::optional<TrayMenu> menu() {
+        const auto all = items();
+        if (all.size() != 1) return std::nullopt;
+        auto menuPath = itemText("Menu");
+        if (!menuPath) return std::nullopt;
+        menuOwner = all.front().substr(0, all.front().find('/'));
+        menuObject = *menuPath;
+
+        const char* noProperties[] = {nullptr};
+        GVariant* reply = call(menuOwner, menuObject, "com.canonical.dbusmenu", "GetLayout",
+                               g_variant_new("(ii^as)", 0, -1, noProperties), "(u(ia{sv}av))");
+        if (!reply) return std::nullopt;
+        guint revision = 0;
+        GVariant* root = nullptr;
+        g_variant_get(reply, "(u@(ia{sv}av))", &revision, &root);
+        TrayMenu rows;
+        GVariant* children = g_variant_get_child_value(root, 2);
+        for (gsize i = 0; i < g_variant_n_children(children); ++i) {
+            GVariant* boxed = g_variant_get_child_value(children, i);
+            GVariant* child = g_variant_get_variant(boxed);
+            TrayRow row = parseRow(child);
+            if (row.visible) rows.push_back(std::move(row));
+            g_variant_unref(child);
+            g_variant_unref(boxed);
+        }
+        g_variant_unref(children);
+        g_variant_unref(root);
+        g_variant_unref(reply);
+        return rows;
+    }
+
+    // Clicks a row of the menu read last, as a tray host does.
+    bool click(int id) {
+        if (menuObject.empty()) return false;
+        const auto now = static_cast<guint32>(std::time(nullptr));
+        GVariant* reply = call(menuOwner, menuObject, "com.canonical.dbusmenu", "Event",
+                               g_variant_new("(isvu)", id, "clicked", g_variant_new_int32(0), now), nullptr);
+        if (!reply) return false;
+        g_variant_unref(reply);
+        return true;
+    }
+
+private:
+    GDBusConnection* bus = nullptr;
+    std::string menuOwner;
+    std::string menuObject;
+
+    GVariant* call(const std::string& name, const std::string& path, const char* interface,
+                   const char* method, GVariant* parameters, const char* replyType) {
+        return g_dbus_connection_call_sync(bus, name.c_str(), path.c_str(), interface, method, parameters,
+                                           replyType ? G_VARIANT_TYPE(replyType) : nullptr,
+                                           G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, nullptr);
+    }
+
+    GVariant* property(const std::string& name, const std::string& path, const char* interface,
+                       const char* property) {
+        GVariant* reply = call(name, path, "org.freedesktop.DBus.Properties", "Get",
+                               g_variant_new("(ss)", interface, property), "(v)");
+        if (!reply) return nullptr;
+        GVariant* value = nullptr;
+        g_variant_get(reply, "(v)", &value);
+        g_variant_unref(reply);
+        return value;
+    }
+};
+
+// A plain window of another program, mapped and given the focus by the window manager.
+class OtherWindow {
+public:
+    explicit OtherWindow(XConnection& x) : x(x) {
+        xcb_connection_t* c = x.get();
+        const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
+        window = xcb_generate_id(c);
+        const std::uint32_t background = screen->white_pixel;
+        xcb_create_window(c, XCB_COPY_FROM_PARENT, window, x.root(), 100, 100, 400, 300, 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, XCB_CW_BACK_PIXEL, &background);
+        const std::string name = "another program";
+        xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8,
+                            static_cast<std::uint32_t>(name.size()), name.data());
+        xcb_map_window(c, window);
+        xcb_flush(c);
+    }
+    ~OtherWindow() {
+        xcb_destroy_window(x.get(), window);
+        xcb_flush(x.get());
+    }
+    OtherWindow(const OtherWindow&) = delete;
+    OtherWindow& operator=(const OtherWindow&) = delete;
+
+    std::string hexId() const {
+        char text[16];
+        std::snprintf(text, sizeof text, "0x%08x", window);
+        return text;
+    }
+    bool active() {
+        auto value = x.rootCardinals("_NET_ACTIVE_WINDOW");
+        return value && !value->empty() && value->front() == window;
+    }
+    // A window manager that just started now and then misses a map; a program maps again.
+    bool waitUntilActive() {
+        if (waitUntil([&] { return active(); }, 2s)) return true;
+        xcb_unmap_window(x.get(), window);
+        xcb_map_window(x.get(), window);
+        xcb_flush(x.get());
+        return waitUntil([&] { return active(); });
+    }
+
+private:
+    XConnection& x;
+    xcb_window_t window = XCB_NONE;
+};
+
+class Tray : public RegistrySession {
+protected:
+    TrayHost tray{session};
+    std::unique_ptr<ChildProcess> watcher;
+
+    fs::path watcherLog() const { return session.folder() / "watcher.log"; }
+    fs::path autostartEntry() const { return app.configHome() / "autostart" / "marrowleaf.desktop"; }
+
+    // A tray on the desktop: the watcher stand-in, on the session's bus.
+    void startTray() {
+        ChildProcess::Options o;
+        o.argv = {std::string(MARROWLEAF_TEST_SERVICES) + "/status_notifier_watcher.py"};
+        o.environment = inheritedEnvironment(session.environment());
+        o.standardOutput = watcherLog();
+        o.standardError = watcherLog();
+        watcher = std::make_unique<ChildProcess>(o);
+        ASSERT_TRUE(waitUntil([&] { return tray.watcherRunning(); }))
+            << "the watcher stand-in never took its name:" << lastLines(watcherLog());
+    }
+
+    void startWithTray() {
+        ASSERT_NO_FATAL_FAILURE(startTray());
+        ASSERT_NO_FATAL_FAILURE(start());
+    }
+
+    // Waits until the menu satisfies `condition`; the last menu read.
+    std::optional<TrayMenu> waitForMenu(const std::function<bool(const TrayMenu&)>& condition,
+                                        std::chrono::milliseconds timeout = menuTimeout) {
+        std::optional<TrayMenu> last;
+        waitUntil(
+            [&] {
+                last = tray.menu();
+                return last && condition(*last);
+            },
+            timeout, 50ms);
+        return last && condition(*last) ? last : std::nullopt;
+    }
+
+    std::optional<TrayMenu> waitForRow(const std::string& title) {
+        return waitForMenu([&](const TrayMenu& menu) { return rowTitled(menu, title).has_value(); });
+    }
+
+    // Clicks the row with this title in the menu as it is now.
+    void choose(const std::string& title) {
+        auto menu = waitForRow(title);
+        ASSERT_TRUE(menu) << "no row \"" << title << "\" in the menu:" << describe(tray.menu())
+                          << trayDiagnostics();
+        const TrayRow row = *rowTitled(*menu, title);
+        ASSERT_TRUE(row.enabled) << title;
+        ASSERT_TRUE(tray.click(row.id)) << "the menu did not take the click on \"" << title << "\"";
+    }
+
+    std::string trayDiagnostics() { return "\nwatcher:" + lastLines(watcherLog()) + diagnostics(); }
+};
+
+}
+
+TEST_F(Tray, theMenuListsTheNotesOfTheDesktopInFrontUnderAHeading) {
+    seed("sticky-20240101-090000", "# Shopping\nmilk", recordOn(1));
+    seed("sticky-20240101-090100", "Call the plumber (kitchen_sink)", recordOn(1, 600, 300));
+    seed("sticky-20240101-090200", "On the second desktop", recordOn(2));
+    ASSERT_NO_FATAL_FAILURE(startWithTray());
+
+    auto menu = waitForRow("Shopping");
+    ASSERT_TRUE(menu) << describe(tray.menu()) << trayDiagnostics();
+    EXPECT_EQ(titles(*menu), (std::vector<std::string>{
+                                 "New Sticky", "Hide Stickies on This Desktop", "---", "On This Desktop",
+                                 "Shopping", "Call the plumber (kitchen_sink)", "---", "Open Stickies Folder",
+                                 "Open Trash", "---", "Alt-Click Desktop for New Sticky", "Open at Login",
+                                 "---", "About Marrowleaf", "Leave a Tip\u2026", "Quit Marrowleaf"}))
+        << describe(menu);
+    EXPECT_FALSE(rowTitled(*menu, "On This Desktop")->enabled);
+    EXPECT_EQ(rowTitled(*menu, "On This Desktop")->indentLevel(), 0);
+    EXPECT_EQ(rowTitled(*menu, "Shopping")->indentLevel(), 1);
+    EXPECT_TRUE(rowTitled(*menu, "Shopping")->enabled);
+    // Sent so that the host shows the underscore rather than underlining the next letter.
+    EXPECT_EQ(rowTitled(*menu, "Call the plumber (kitchen_sink)")->label,
+              "    Call the plumber (kitchen__sink)");
+    EXPECT_EQ(rowTitled(*menu, "New Sticky")->shortcut,
+              (std::vector<std::vector<std::string>>{{"Control", "Alt", "n"}}));
+    EXPECT_EQ(rowTitled(*menu, "Hide Stickies on This Desktop")->shortcut,
+              (std::vector<std::vector<std::string>>{{"Control", "Alt", "s"}}));
+    const TrayRow altClick = *rowTitled(*menu, "Alt-Click Desktop for New Sticky");
+    EXPECT_EQ(altClick.toggleType, "checkmark");
+    EXPECT_EQ(altClick.toggleState, 1);
+    EXPECT_EQ(rowTitled(*menu, "Open at Login")->toggleState, 0);
+    EXPECT_EQ(rowTitled(*menu, "New Sticky")->toggleType, "");
+}
+
+TEST_F(Tray, theItemShowsTheProgramsOwnNoteIcon) {
+    ASSERT_NO_FATAL_FAILURE(startWithTray());
+    ASSERT_TRUE(waitForRow("New Sticky")) << describe(tray.menu()) << trayDiagnostics();
+    EXPECT_EQ(tray.itemText("Id"), "marrowleaf");
+    EXPECT_EQ(tray.itemText("Title"), "Marrowleaf");
+    EXPECT_EQ(tray.itemText("Status"), "Active");
+    const auto icon = tray.itemText("IconName");
+    const auto folder = tray.itemText("IconThemePath");
+    ASSERT_TRUE(icon && folder);
+    EXPECT_EQ(*icon, "marrowleaf-note-symbolic");
+    EXPECT_TRUE(fs::is_regular_file(fs::path(*folder) / (*icon + ".svg"))) << *folder;
+}
+
+TEST_F(Tray, aboutOpensTheAboutWindow) {
+    ASSERT_NO_FATAL_FAILURE(startWithTray());
+    ASSERT_NO_FATAL_FAILURE(choose("About Marrowleaf"));
+    auto aboutWindow = [&] {
+        auto clients = x().rootCardinals("_NET_CLIENT_LIST");
+        if (!clients) return false;
+        return std::ranges::any_of(*clients, [&](std::uint32_t window) {
+            auto owner = x().cardinals(window, "_NET_WM_PID");
+            return owner && !owner->empty() && static_cast<pid_t>(owner->front()) == app.pid() &&
+                   x().text(window, "_NET_WM_NAME") == "About Marrowleaf";
+        });
+    };
+    EXPECT_TRUE(waitUntil(aboutWindow)) << trayDiagnostics();
+}
+
+TEST_F(Tray, anEmptyDesktopSaysItHasNoStickiesWithoutAHeading) {
+    seed("sticky-20240101-090000", "# Shopping\nmilk", recordOn(1));
+    ASSERT_NO_FATAL_FAILURE(startWithTray());
+    ASSERT_TRUE(waitForRow("Shopping")) << describe(tray.menu()) << trayDiagnostics();
+
+    ASSERT_NO_FATAL_FAILURE(switchToDesktop(3));
+    auto menu = waitForRow("No stickies on this desktop");
+    ASSERT_TRUE(menu) << describe(tray.menu()) << trayDiagnostics();
+    EXPECT_FALSE(rowTitled(*menu, "No stickies on this desktop")->enabled);
+    EXPECT_FALSE(rowTitled(*menu, "On This Desktop"));
+    EXPECT_FALSE(rowTitled(*menu, "Shopping"));
+    EXPECT_TRUE(rowTitled(*menu, "New Sticky"));
+}
+
+TEST_F(Tray, snoozedNotesAreListedAndChoosingOneBringsItBack) {
+    const std::string id = "sticky-20240101-090000";
+    Record sleeping = recordOn(1);
+    sleeping.snoozeUntil = static_cast<double>(std::time(nullptr) + 3600);
+    sleeping.snoozeLabel = "in 1 hour";
+    seed(id, "Dentist", sleeping);
+    ASSERT_NO_FATAL_FAILURE(startWithTray());
+
+    const std::string row = "Dentist  \u00b7  in 1 hour";
+    auto menu = waitForRow(row);
+    ASSERT_TRUE(menu) << describe(tray.menu()) << trayDiagnostics();
+    const auto all = titles(*menu);
+    const auto heading = std::ranges::find(all, "Snoozed (click to bring back)");
+    ASSERT_NE(heading, all.end()) << describe(menu);
+    EXPECT_EQ(*(heading - 1), "---");
+    EXPECT_EQ(*(heading + 1), row);
+    EXPECT_FALSE(rowTitled(*menu, "Snoozed (click to bring back)")->enabled);
+    EXPECT_EQ(rowTitled(*menu, row)->indentLevel(), 1);
+    EXPECT_TRUE(rowTitled(*menu, "No stickies on this desktop"));
+
+    ASSERT_NO_FATAL_FAILURE(choose(row));
+    EXPECT_TRUE(waitForNote(id, [](const json& n) { return n["visible"] == true; })) << trayDiagnostics();
+    menu = waitForMenu([](const TrayMenu& m) { return !rowTitled(m, "Snoozed (click to bring back)"); });
+    ASSERT_TRUE(menu) << describe(tray.menu());
+    EXPECT_TRUE(rowTitled(*menu, "Dentist"));
+}
+
+TEST_F(Tray, undoDeleteShowsOnlyAfterADeleteAndPutsTheNoteBack) {
+    const std::string id = "sticky-20240101-090000";
+    seed(id, "keep me", recordOn(1, 320, 240));
+    seed("sticky-20240101-090100", "bystander", recordOn(1, 700, 300));
+    ASSERT_NO_FATAL_FAILURE(startWithTray());
+    auto menu = waitForRow("keep me");
+    ASSERT_TRUE(menu) << describe(tray.menu()) << trayDiagnostics();
+    EXPECT_FALSE(rowTitled(*menu, "Undo Delete"));
+
+    ASSERT_TRUE(client.runScript(id, byId(element::closeButton) + ".click(), true"));
+    menu = waitForRow("Undo Delete");
+    ASSERT_TRUE(menu) << describe(tray.menu()) << trayDiagnostics();
+    EXPECT_FALSE(rowTitled(*menu, "keep me"));
+    EXPECT_FALSE(fs::exists(noteFile(id)));
+
+    ASSERT_NO_FATAL_FAILURE(choose("Undo Delete"));
+    EXPECT_TRUE(waitForFile(noteFile(id), "keep me")) << trayDiagnostics();
+    auto back = waitForNote(id, [](const json& n) { return n["visible"] == true; });
+    ASSERT_TRUE(back) << trayDiagnostics();
+    EXPECT_TRUE(waitUntil([&] { return viewable((*back)["window"].get<xcb_window_t>()); }));
+    EXPECT_FALSE(fs::exists(notes() / ".trash" / (id + ".md")));
+    menu = waitForMenu(
+        [](const TrayMenu& m) { return !rowTitled(m, "Undo Delete") && rowTitled(m, "keep me"); });
+    EXPECT_TRUE(menu) << describe(tray.menu());
+}
+
+TEST_F(Tray, aFullScreenWindowInFrontLeavesOnlyTheRowsThatWorkThere) {
+    seed("sticky-20240101-090000", "# Shopping\nmilk", recordOn(1));
+    ASSERT_NO_FATAL_FAILURE(startWithTray());
+    ASSERT_TRUE(waitForRow("Shopping")) << describe(tray.menu()) << trayDiagnostics();
+
+    OtherWindow other(x());
+    ASSERT_TRUE(other.waitUntilActive());
+    ASSERT_EQ(session.run({"wmctrl", "-i", "-r", other.hexId(), "-b", "add,fullscreen"}).exitCode, 0);
+    auto menu = waitForRow("Full-screen app: stickies live on desktops");
+    ASSERT_TRUE(menu) << describe(tray.menu()) << trayDiagnostics();
+    EXPECT_FALSE(rowTitled(*menu, "Full-screen app: stickies live on desktops")->enabled);
+    for (const char* gone : {"New Sticky", "Hide Stickies on This Desktop", "On This Desktop", "Shopping",
+                             "No stickies on this desktop"})
+        EXPECT_FALSE(rowTitled(*menu, gone)) << gone << describe(menu);
+    EXPECT_TRUE(rowTitled(*menu, "Open Stickies Folder"));
+
+    ASSERT_EQ(session.run({"wmctrl", "-i", "-r", other.hexId(), "-b", "remove,fullscreen"}).exitCode, 0);
+    EXPECT_TRUE(waitForRow("New Sticky")) << describe(tray.menu());
+}
+
+TEST_F(Tray, newStickyMakesANoteInTheMiddleOfTheScreen) {
+    ASSERT_NO_FATAL_FAILURE(startWithTray());
+    ASSERT_NO_FATAL_FAILURE(choose("New Sticky"));
+    auto made = client.waitFor(
+        [](const json& s) { return s["notes"].size() == 1 && s["notes"][0]["visible"] == true; });
+    ASSERT_TRUE(made) << trayDiagnostics();
+    const json note = (*made)["notes"][0];
+    const double width = note["frame"]["w"];
+    const double x = note["frame"]["x"];
+    EXPECT_NEAR(x + width / 2, session.options().width / 2.0, 1.0) << note.dump();
+    EXPECT_EQ(note["record"]["desktop"], 1);
+    EXPECT_TRUE(waitUntil([&] { return fs::exists(noteFile(note["id"].get<std::string>())); }));
+}
+
+TEST_F(Tray, aNotesTitleShowsItsHiddenDesktopAndGivesTheNoteTheKeyboard) {
+    const std::string id = "sticky-20240101-090100";
+    seed("sticky-20240101-090000", "# Shopping\nmilk", recordOn(1));
+    seed(id, "Call the plumber", recordOn(1, 600, 300));
+    ASSERT_NO_FATAL_FAILURE(startWithTray());
+
+    ASSERT_NO_FATAL_FAILURE(choose("Hide Stickies on This Desktop"));
+    ASSERT_TRUE(waitForNote(id, [](const json& n) { return n["visible"] == false; })) << trayDiagnostics();
+    ASSERT_TRUE(waitForRow("Show Stickies on This Desktop")) << describe(tray.menu());
+
+    ASSERT_NO_FATAL_FAILURE(choose("Call the plumber"));
+    auto shown = waitForNote(id, [](const json& n) { return n["visible"] == true; });
+    ASSERT_TRUE(shown) << trayDiagnostics();
+    const auto window = (*shown)["window"].get<std::uint32_t>();
+    EXPECT_TRUE(waitUntil([&] {
+        auto active = x().rootCardinals("_NET_ACTIVE_WINDOW");
+        return active && !active->empty() && active->front() == window;
+    })) << "the note never got the keyboard";
+    EXPECT_TRUE(waitForRow("Hide Stickies on This Desktop")) << describe(tray.menu());
+}
+
+TEST_F(Tray, openAtLoginWritesTheAutostartEntryAndChoosingItAgainRemovesIt) {
+    ASSERT_NO_FATAL_FAILURE(startWithTray());
+    ASSERT_NO_FATAL_FAILURE(choose("Open at Login"));
+    ASSERT_TRUE(waitUntil([&] { return fs::exists(autostartEntry()); })) << trayDiagnostics();
+    const std::string entry = readFile(autostartEntry());
+    const fs::path program = fs::canonical(MARROWLEAF_BINARY);
+    EXPECT_NE(entry.find("[Desktop Entry]\n"), std::string::npos) << entry;
+    EXPECT_NE(entry.find("\nExec=" + program.string() + "\n"), std::string::npos) << entry;
+    EXPECT_NE(entry.find("\nType=Application\n"), std::string::npos) << entry;
+    EXPECT_TRUE(waitForMenu([](const TrayMenu& m) {
+        auto row = rowTitled(m, "Open at Login");
+        return row && row->toggleState == 1;
+    })) << describe(tray.menu());
+
+    ASSERT_NO_FATAL_FAILURE(choose("Open at Login"));
+    EXPECT_TRUE(waitUntil([&] { return !fs::exists(autostartEntry()); })) << trayDiagnostics();
+    EXPECT_TRUE(waitForMenu([](const TrayMenu& m) {
+        auto row = rowTitled(m, "Open at Login");
+        return row && row->toggleState == 0;
+    })) << describe(tray.menu());
+}
+
+TEST_F(Tray, altClickFromTheMenuIsSavedAndCheckedAsItIs) {
+    ASSERT_NO_FATAL_FAILURE(startWithTray());
+    ASSERT_NO_FATAL_FAILURE(choose("Alt-Click Desktop for New Sticky"));
+    EXPECT_TRUE(waitForMenu([](const TrayMenu& m) {
+        auto row = rowTitled(m, "Alt-Click Desktop for New Sticky");
+        return row && row->toggleState == 0;
+    })) << describe(tray.menu());
+    EXPECT_TRUE(waitUntil([&] {
+        return readFile(app.defaultsFile()).find("AltClickNewSticky=false") != std::string::npos;
+    })) << readFile(app.defaultsFile());
+}
+
+TEST_F(Tray, quitEndsTheProgramWithItsStateSaved) {
+    ASSERT_NO_FATAL_FAILURE(startWithTray());
+    ASSERT_NO_FATAL_FAILURE(choose("New Sticky"));
+    auto made = client.waitFor([](const json& s) { return s["notes"].size() == 1; });
+    ASSERT_TRUE(made) << trayDiagnostics();
+    const std::string id = (*made)["notes"][0]["id"];
+
+    ASSERT_NO_FATAL_FAILURE(choose("Quit Marrowleaf"));
+    ASSERT_EQ(app.wait(15s), 0) << trayDiagnostics();
+    EXPECT_TRUE(stateOnDisk()["stickies"].contains(id)) << readFile(stateFile());
+    EXPECT_TRUE(fs::exists(noteFile(id)));
+    const auto lines = app.logLines();
+    EXPECT_TRUE(std::ranges::any_of(lines, [](const std::string& line) {
+        return line.ends_with(" INFO quitting");
+    })) << readFile(app.logFile());
+}
+
+TEST_F(Tray, withoutATrayTheProgramSaysSoOnceAndItsItemShowsWhenATrayStarts) {
+    seed("sticky-20240101-090000", "# Shopping\nmilk", recordOn(1));
+    ASSERT_NO_FATAL_FAILURE(start());
+    const std::string noTray = "INFO no tray on this desktop (nothing owns org.kde.StatusNotifierWatcher); "
+                               "the tray menu shows once one "
+                               "starts";
+    auto count = [&] {
+        return std::ranges::count_if(app.logLines(), [&](const std::string& line) {
+            return line.size() > 24 && line.substr(24) == noTray;
+        });
+    };
+    ASSERT_TRUE(waitUntil([&] { return count() == 1; })) << diagnostics();
+
+    // A tray that starts after the program found none still gets the item.
+    ASSERT_NO_FATAL_FAILURE(startTray());
+    auto menu = waitForRow("Shopping");
+    ASSERT_TRUE(menu) << describe(tray.menu()) << trayDiagnostics();
+    EXPECT_EQ(count(), 1);
+    ASSERT_NO_FATAL_FAILURE(choose("New Sticky"));
+    EXPECT_TRUE(client.waitFor([](const json& s) { return s["notes"].size() == 2; })) << trayDiagnostics();
+    // Neither the wait for a tray nor the tray's arrival bothered GLib or GTK.
+    const std::string errors = app.standardError();
+    EXPECT_EQ(errors.find("-WARNING"), std::string::npos) << errors;
+    EXPECT_EQ(errors.find("-CRITICAL"), std::string::npos) << errors;
+}
