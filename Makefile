@@ -2,9 +2,11 @@
 # make test  installs what is missing, builds and runs every test
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 600
 JOBS       ?= $(shell nproc)
 
-.PHONY: all deps configure build run test unit-test sanitizer-test integration-test bench format clean
+.PHONY: all deps configure build run test unit-test sanitizer-test integration-test fuzz bench format clean
 
 all: build
 
@@ -35,6 +37,25 @@ integration-test: build
 test: sanitizer-test build
 	cd $(BUILD) && ctest -j$(JOBS) --output-on-failure
 
+# Each decoder's fuzzer for FUZZ_SECONDS, one after another, built with clang.
+# A fuzzer grows a copy of its corpus, $(FUZZ_BUILD)/corpus/<name>/, so the
+# committed seeds in tests/fuzz/corpus/<name>/ stay as they are; the inputs it
+# crashes on land in $(FUZZ_BUILD)/findings/<name>/. A crash input joins the
+# committed corpus once its bug is fixed, and make test replays it from then on.
+fuzz:
+	@bash scripts/install-deps.sh --fuzz
+	@CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+		-DMARROWLEAF_CORE_ONLY=ON -DMARROWLEAF_FUZZ=ON >/dev/null
+	@cmake --build $(FUZZ_BUILD) --target fuzzers -j$(JOBS)
+	@status=0; for target in state-file:StateFile note-file:NoteFile page-message:PageMessage; do \
+		name=$${target%%:*}; \
+		mkdir -p $(FUZZ_BUILD)/corpus/$$name $(FUZZ_BUILD)/findings/$$name; \
+		cp -n tests/fuzz/corpus/$$name/* $(FUZZ_BUILD)/corpus/$$name/; \
+		echo "== $$name: $(FUZZ_SECONDS) s, findings in $(FUZZ_BUILD)/findings/$$name/"; \
+		nice -n 10 ./$(FUZZ_BUILD)/fuzz_$${target##*:} -max_total_time=$(FUZZ_SECONDS) \
+			-artifact_prefix=$(FUZZ_BUILD)/findings/$$name/ $(FUZZ_BUILD)/corpus/$$name || status=1; \
+	done; exit $$status
+
 bench: build
 	@for b in bench/*; do [ -x "$$b" ] && echo "== $$b" && "$$b" $(BUILD); done
 
@@ -42,4 +63,4 @@ format:
 	@find src tests bench -name '*.cpp' -o -name '*.h' | xargs clang-format -i
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD)

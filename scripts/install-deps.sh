@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages Marrowleaf needs to build, run and test.
-# Idempotent and quiet when everything is already there.
+# Idempotent and quiet when everything is already there. With --fuzz, also
+# what make fuzz builds with.
 set -euo pipefail
 
 packages=(
@@ -10,10 +11,13 @@ packages=(
   libatspi2.0-dev libayatana-appindicator3-dev libnotify-dev libcanberra-dev
   nlohmann-json3-dev libutf8proc-dev libsodium-dev
   libgtest-dev libgmock-dev googletest
-  xvfb openbox xdotool wmctrl x11-utils x11-xserver-utils dbus dbus-x11 python3-dbus xcompmgr
+  xvfb openbox xdotool wmctrl x11-utils x11-xserver-utils dbus dbus-x11 python3-dbus python3-gi xcompmgr
   # a desktop that shows its icons over AT-SPI, for the desktop probe's tests and figures
   pcmanfm libatk-adaptor
 )
+
+# make fuzz also needs clang and the runtime of its libFuzzer.
+[ "${1:-}" = "--fuzz" ] && packages+=(clang libclang-rt-14-dev)
 
 # The machine may already carry its own Node.js with npm; Debian's npm would conflict with it.
 command -v npm >/dev/null 2>&1 || packages+=(nodejs npm)
