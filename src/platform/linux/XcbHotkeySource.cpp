@@ -7,6 +7,7 @@
 #include <xcb/xcb_keysyms.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <optional>
 #include <string>
 #include <utility>
@@ -166,6 +167,9 @@ void XcbHotkeySource::release(const Hotkey& hotkey) {
     for (const auto code : hotkey.codes)
         for (const auto variant : hotkey.variants)
             xcb_ungrab_key(x.get(), code, x.root(), variant);
+    // A round trip: once it is back the server has let go of the keys, so a
+    // program that asks for one next is not refused.
+    free(xcb_get_input_focus_reply(x.get(), xcb_get_input_focus(x.get()), nullptr));
 }
 
 void XcbHotkeySource::onEvent(const xcb_generic_event_t& event) {
