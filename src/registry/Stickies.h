@@ -167,8 +167,10 @@ public:
     static constexpr double windowMargin = 6;
     // A note whose file vanished is kept this long, for a save by delete-then-recreate.
     static constexpr double vanishGrace = 2.0;
-    // The colour of a new note with no neighbour to take one from.
+    // The look of a new note with no neighbour to take one from.
     static constexpr const char* newColor = "yellow";
+    static constexpr double newWidth = 260;
+    static constexpr double newHeight = 220;
     // A new note is given the keyboard this long after it is made.
     static constexpr double newFocusDelay = 0.15;
     // A jumped-to note flashes this long after the jump.

@@ -19,8 +19,6 @@ namespace {
 
 // A new note takes the look of a note at most this far from where it is made.
 constexpr double templateReach = 250;
-constexpr double newWidth = 260;
-constexpr double newHeight = 220;
 // Where a new note's top-left corner goes relative to the pointer or a click.
 constexpr double belowPointer = 20;
 constexpr double leftOfClick = 12;

@@ -24,8 +24,6 @@ constexpr double cascadeStep = 24;
 constexpr int cascadeSteps = 6;
 constexpr double cascadeRight = 300;
 constexpr double cascadeTop = 40;
-constexpr double newWidth = 260;
-constexpr double newHeight = 220;
 
 bool endsWith(const std::string& text, const std::string& suffix) {
     return text.size() >= suffix.size() &&

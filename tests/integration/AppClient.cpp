@@ -11,9 +11,9 @@ constexpr const char* objectPath = "/org/marrowleaf/Marrowleaf/Test";
 constexpr const char* interfaceName = "org.marrowleaf.Test";
 }
 
-AppClient::AppClient(const XSession& session) {
+GDBusConnection* connectToSessionBus(const XSession& session) {
     GError* error = nullptr;
-    bus = g_dbus_connection_new_for_address_sync(
+    GDBusConnection* bus = g_dbus_connection_new_for_address_sync(
         session.busAddress().c_str(),
         static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                           G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
@@ -23,7 +23,10 @@ AppClient::AppClient(const XSession& session) {
         g_clear_error(&error);
         throw std::runtime_error("can't reach the session bus: " + message);
     }
+    return bus;
 }
+
+AppClient::AppClient(const XSession& session) : bus(connectToSessionBus(session)) {}
 
 AppClient::~AppClient() {
     if (bus) g_object_unref(bus);

@@ -13,6 +13,10 @@ namespace marrowleaf::testing {
 // Talks to the running program's test interface on the session bus (the
 // program exports it when MARROWLEAF_TEST=1): what the registry holds and
 // what each page shows, and scripts run in a page.
+// A new connection to the session's private bus; the caller unrefs it. Throws
+// when the bus can't be reached.
+GDBusConnection* connectToSessionBus(const XSession& session);
+
 class AppClient {
 public:
     explicit AppClient(const XSession& session);

@@ -134,19 +134,7 @@ TrayRow parseRow(GVariant* layout) {
 // watcher, and our item's menu.
 class TrayHost {
 public:
-    explicit TrayHost(const XSession& session) {
-        GError* error = nullptr;
-        bus = g_dbus_connection_new_for_address_sync(
-            session.busAddress().c_str(),
-            static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-            nullptr, nullptr, &error);
-        if (!bus) {
-            std::string message = error ? error->message : "unknown error";
-            g_clear_error(&error);
-            throw std::runtime_error("can't reach the session bus: " + message);
-        }
-    }
+    explicit TrayHost(const XSession& session) : bus(connectToSessionBus(session)) {}
     ~TrayHost() { g_object_unref(bus); }
     TrayHost(const TrayHost&) = delete;
     TrayHost& operator=(const TrayHost&) = delete;
