@@ -11,11 +11,14 @@
 #include "storage/Files.h"
 #include "storage/Store.h"
 
+#include <string_view>
+
 namespace marrowleaf {
 
 namespace {
 
-// The global hot keys, shown beside the rows that do the same.
+// The keys shown beside the rows that do the same: the global hot keys, and
+// the application's own Ctrl+Q.
 constexpr const char* newStickyKey = "<Control><Alt>n";
 constexpr const char* toggleHereKey = "<Control><Alt>s";
 constexpr const char* quitKey = "<Control>q";
@@ -30,11 +33,10 @@ public:
         put(std::move(row), std::move(action));
     }
     // A line that names the rows below it; it does nothing.
-    void heading(std::string title, int indent = 0) {
+    void heading(std::string title) {
         MenuRow row;
         row.title = std::move(title);
         row.enabled = false;
-        row.indent = indent;
         rows.push_back(std::move(row));
     }
     void indented(std::string title, std::function<void()> action) {
@@ -66,15 +68,16 @@ private:
 };
 
 // Binds an action about one note to that note; nothing when there is no action.
-std::function<void()> about(const std::function<void(const std::string&)>& action, const std::string& id) {
+std::function<void()> forNote(const std::function<void(const std::string&)>& action, const std::string& id) {
     if (!action) return {};
     return [action, id] { action(id); };
 }
 
 // "https://host/path?query" without its scheme: "host/path?query".
 std::string withoutScheme(const std::string& url) {
-    const auto scheme = url.find("://");
-    return scheme == std::string::npos ? url : url.substr(scheme + 3);
+    constexpr std::string_view separator = "://";
+    const auto scheme = url.find(separator);
+    return scheme == std::string::npos ? url : url.substr(scheme + separator.size());
 }
 
 }
@@ -171,7 +174,7 @@ std::vector<MenuRow> StatusMenu::rows(const MenuState& state, const MenuActions&
         } else {
             menu.heading("On This Desktop");
             for (const auto& note : state.here)
-                menu.indented(note.title, about(actions.jump, note.id));
+                menu.indented(note.title, forNote(actions.jump, note.id));
         }
     } else {
         menu.heading("Full-screen app: stickies live on desktops");
@@ -182,7 +185,7 @@ std::vector<MenuRow> StatusMenu::rows(const MenuState& state, const MenuActions&
         menu.separator();
         menu.heading("Snoozed (click to bring back)");
         for (const auto& note : state.snoozed)
-            menu.indented(note.title + snoozeSeparator + note.label, about(actions.unsnooze, note.id));
+            menu.indented(note.title + snoozeSeparator + note.label, forNote(actions.unsnooze, note.id));
     }
 
     menu.separator();
