@@ -2,6 +2,7 @@
 
 #include "shell/Log.h"
 
+#include <algorithm>
 #include <libayatana-appindicator/app-indicator.h>
 
 namespace marrowleaf {
@@ -118,23 +119,46 @@ void AppIndicatorStatusItem::setBadge(bool updateAvailable, const std::string& t
     app_indicator_set_title(indicator.get(), tooltip.c_str());
 }
 
-void AppIndicatorStatusItem::show(std::vector<MenuRow> rows) {
-    if (!indicator) return;
-    ++build;
+bool AppIndicatorStatusItem::showsAlready(const std::vector<MenuRow>& rows) const {
+    return menu && rows.size() == shown.size() &&
+           std::equal(rows.begin(), rows.end(), shown.begin(),
+                      [](const MenuRow& row, const MenuRow& old) { return row.looksLike(old); });
+}
+
+void AppIndicatorStatusItem::takeActions(std::vector<MenuRow>& rows) {
     actions.clear();
-    GtkWidget* fresh = gtk_menu_new();
-    g_object_ref_sink(fresh);
+    shown.clear();
     for (auto& row : rows) {
-        GtkWidget* item = menuItem(row, accelerators.get());
         if (row.tag >= 0 && row.action) {
             if (actions.size() <= static_cast<std::size_t>(row.tag))
                 actions.resize(static_cast<std::size_t>(row.tag) + 1);
             actions[static_cast<std::size_t>(row.tag)] = std::move(row.action);
+        }
+        shown.push_back(row);
+        shown.back().action = nullptr;
+    }
+}
+
+void AppIndicatorStatusItem::show(std::vector<MenuRow> rows) {
+    if (!indicator) return;
+    // A menu that looks the same keeps its items, so the tray host's copy
+    // stays valid and a click on it is never lost to a rebuild; only what
+    // the rows do is taken anew.
+    if (showsAlready(rows)) {
+        takeActions(rows);
+        return;
+    }
+    ++build;
+    GtkWidget* fresh = gtk_menu_new();
+    g_object_ref_sink(fresh);
+    for (const auto& row : rows) {
+        GtkWidget* item = menuItem(row, accelerators.get());
+        if (row.tag >= 0 && row.action)
             g_signal_connect_data(item, "activate", G_CALLBACK(onActivate), new Choice{this, build, row.tag},
                                   freeChoice, GConnectFlags{});
-        }
         gtk_menu_shell_append(GTK_MENU_SHELL(fresh), item);
     }
+    takeActions(rows);
     gtk_widget_show_all(fresh);
     app_indicator_set_menu(indicator.get(), GTK_MENU(fresh));
     if (menu) {

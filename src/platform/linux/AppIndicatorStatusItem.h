@@ -50,6 +50,11 @@ private:
     GObjectPtr<GtkAccelGroup> accelerators;
     std::vector<std::function<void()>> actions;
     unsigned build = 0;
+    // The rows the menu shows, without their actions.
+    std::vector<MenuRow> shown;
+
+    bool showsAlready(const std::vector<MenuRow>& rows) const;
+    void takeActions(std::vector<MenuRow>& rows);
     guint trayWatch = 0;
     std::optional<bool> trayWasPresent;
     GtkWidget* about = nullptr;   // the About panel while it is open
