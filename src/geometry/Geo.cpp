@@ -12,7 +12,22 @@ namespace marrowleaf {
 
 namespace {
 
-std::vector<Screen> attached() { return Platform::screens().all(); }
+struct Holding {
+    int depth = 0;
+    std::optional<std::vector<Screen>> screens;
+};
+
+Holding& holding() {
+    static Holding shared;
+    return shared;
+}
+
+std::vector<Screen> attached() {
+    Holding& now = holding();
+    if (now.depth == 0) return Platform::screens().all();
+    if (!now.screens) now.screens = Platform::screens().all();
+    return *now.screens;
+}
 
 // The focused display, else the primary one. A desktop always has a display;
 // should it report none, an empty one keeps the caller safe.
@@ -24,6 +39,12 @@ Screen fallbackScreen() {
     return Screen{};
 }
 
+}
+
+Geo::Held::Held() { ++holding().depth; }
+
+Geo::Held::~Held() {
+    if (--holding().depth == 0) holding().screens.reset();
 }
 
 std::optional<std::string> Geo::uuid(const Screen& screen) {

@@ -9,9 +9,22 @@
 namespace marrowleaf {
 
 // Names displays and finds the display under a point or a rectangle. Keeps no
-// state: every call reads the current screen list. All geometry is in the
+// state: every call reads the current screen list, unless a `Geo::Held` is
+// alive. All geometry is in the
 // global top-left space whose origin is the primary display's top-left corner.
 struct Geo {
+    // While one is alive, the calls below read the displays once and answer
+    // from that list. One action asks about many notes, and each reading is a
+    // trip to the desktop; the displays' changes reach the program through the
+    // main loop anyway, so they can't be missed within one action. Nests.
+    class Held {
+    public:
+        Held();
+        ~Held();
+        Held(const Held&) = delete;
+        Held& operator=(const Held&) = delete;
+    };
+
     // The display's UUID text; nothing when the platform could not name it.
     static std::optional<std::string> uuid(const Screen& screen);
     // The primary display's UUID; empty when there is no display or no UUID.

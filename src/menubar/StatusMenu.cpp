@@ -1,5 +1,6 @@
 #include "menubar/StatusMenu.h"
 
+#include "geometry/Geo.h"
 #include "input/HUD.h"
 #include "platform/Defaults.h"
 #include "platform/LoginItem.h"
@@ -124,6 +125,7 @@ void StatusMenu::setNeedsRebuild() {
 void StatusMenu::rebuild() { Platform::statusItem().show(rows(state(), actions())); }
 
 MenuState StatusMenu::state() {
+    const Geo::Held screens;
     MenuState s;
     s.appName = Config::appName();
     if (auto location = registry.currentLocation()) {

@@ -67,6 +67,7 @@ StickyController* Stickies::controller(const std::string& id) const {
 }
 
 std::vector<Stickies::Listed> Stickies::here() {
+    const Geo::Held screens;
     std::vector<Listed> notes;
     const auto location = currentLocation();
     if (!location) return notes;
@@ -86,6 +87,7 @@ std::vector<Stickies::Listed> Stickies::here() {
 }
 
 Stickies::Template Stickies::templateFor(Point point) {
+    const Geo::Held screens;
     Template look{newColor, newWidth, newHeight};
     const auto screen = Geo::screenContaining(point);
     if (!screen) return look;
@@ -105,6 +107,7 @@ Stickies::Template Stickies::templateFor(Point point) {
 }
 
 std::vector<Rect> Stickies::neighbours(const std::set<std::string>& excluding) {
+    const Geo::Held screens;
     std::vector<Rect> frames;
     for (const auto& [id, controller] : open)
         if (!excluding.count(id) && onScreen(*controller)) frames.push_back(controller->window().frame());
@@ -112,6 +115,7 @@ std::vector<Rect> Stickies::neighbours(const std::set<std::string>& excluding) {
 }
 
 void Stickies::newSticky(Placement placement) {
+    const Geo::Held screens;
     const auto location = currentLocation();
     if (!location) {
         HUD::show("📝 Stickies live on desktops, not full-screen apps", messageSeconds);

@@ -1,5 +1,6 @@
 #include "registry/Stickies.h"
 
+#include "geometry/Geo.h"
 #include "geometry/Spaces.h"
 #include "input/HUD.h"
 #include "platform/Clock.h"
@@ -32,6 +33,7 @@ void Stickies::checkSnoozes() {
 }
 
 std::vector<Stickies::Snoozed> Stickies::snoozed() {
+    const Geo::Held screens;
     const double now = Platform::clock().now();
     struct Entry {
         Snoozed item;

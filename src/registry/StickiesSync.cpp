@@ -258,6 +258,7 @@ void Stickies::closeController(const std::string& id) {
 }
 
 void Stickies::refresh() {
+    const Geo::Held screens;
     Spaces::update();
     const double now = Platform::clock().now();
     for (auto& [id, controllerPointer] : open) {

@@ -1,5 +1,6 @@
 #include "registry/Stickies.h"
 
+#include "geometry/Geo.h"
 #include "platform/Clock.h"
 #include "platform/Platform.h"
 #include "registry/Characters.h"
@@ -81,6 +82,7 @@ std::string Stickies::title(const std::string& text) {
 }
 
 std::vector<Stickies::SearchItem> Stickies::searchItems() {
+    const Geo::Held screens;
     const double now = Platform::clock().now();
     std::vector<NoteSummary> notes;
     for (const auto& [id, controller] : open) {

@@ -241,3 +241,32 @@ TEST_F(GeoTest, sizesAndPlacesThatAreNoNumbersBecomeTheSmallestNoteAtTheCorner) 
 TEST_F(GeoTest, anAreaSmallerThanTheSmallestNoteIsFilled) {
     EXPECT_EQ(Geo::clamp({0, 0, 5, 5}, Rect{0, 0, 120, 80}, 0), (Rect{0, 0, 120, 80}));
 }
+
+// --- holding one reading of the displays
+
+TEST_F(GeoTest, whileHeldTheDisplaysAreReadOnceAndAfterwardsAfreshEachTime) {
+    attachTwoDisplays();
+    {
+        const Geo::Held held;
+        const Geo::Held nested;
+        EXPECT_TRUE(Geo::screen(rightUUID));
+        EXPECT_TRUE(Geo::screenContaining({2000, 500}));
+        EXPECT_EQ(Geo::primaryUUID(), leftUUID);
+        EXPECT_EQ(platform.screens.reads, 1);
+    }
+    platform.screens.reads = 0;
+    Geo::primaryUUID();
+    Geo::primaryUUID();
+    EXPECT_EQ(platform.screens.reads, 2);
+}
+
+TEST_F(GeoTest, aDisplayUnpluggedWhileHeldIsSeenGoneOnceTheHoldEnds) {
+    attachTwoDisplays();
+    {
+        const Geo::Held held;
+        ASSERT_TRUE(Geo::screen(rightUUID));
+        platform.screens.screens.pop_back();
+        EXPECT_TRUE(Geo::screen(rightUUID));
+    }
+    EXPECT_FALSE(Geo::screen(rightUUID));
+}

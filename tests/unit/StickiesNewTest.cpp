@@ -275,3 +275,14 @@ TEST_F(StickiesNew, aNewNoteOfAnotherColourLoadsItsOwnPage) {
     EXPECT_EQ(platform.noteWindows.readyUsed, 0);
     EXPECT_EQ(window(made()).pages, std::vector<std::string>{"<page color=\"blue\" edit=true>\"\"</page>"});
 }
+
+TEST_F(StickiesNew, makingANoteAmongFiftyReadsTheDisplaysAFewTimesNotOncePerNote) {
+    for (int i = 0; i < 50; ++i)
+        seedNote("n" + std::to_string(100 + i), "yellow", {20.0 + 20 * i, 40, 260, 220});
+    registry->start();
+    platform.screens.pointerAt = {700, 500};
+    platform.screens.reads = 0;
+    registry->newSticky(Stickies::Placement::mouse);
+    ASSERT_FALSE(made().empty());
+    EXPECT_LE(platform.screens.reads, 3);
+}

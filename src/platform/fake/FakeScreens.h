@@ -7,7 +7,10 @@ namespace marrowleaf {
 // Displays that the test lays out by hand. Nothing is attached until it does.
 class FakeScreens : public Screens {
 public:
-    std::vector<Screen> all() const override { return screens; }
+    std::vector<Screen> all() const override {
+        ++reads;
+        return screens;
+    }
     Point pointer() const override { return pointerAt; }
     std::optional<Screen> focused() const override { return focusedScreen; }
     std::unique_ptr<Subscription> watchChanges(Handler handler) override {
@@ -24,6 +27,7 @@ public:
     std::vector<Screen> screens;   // the primary first
     Point pointerAt;
     std::optional<Screen> focusedScreen;
+    mutable int reads = 0;   // calls of `all`
 
 private:
     FakeSignal changes;
