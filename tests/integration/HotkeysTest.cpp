@@ -66,6 +66,24 @@ TEST_F(Hotkeys, ctrlAltNMakesANoteUnderThePointer) {
     EXPECT_TRUE(frameHolds((*snapshot)["notes"][0], 640, 400)) << (*snapshot)["notes"][0].dump();
 }
 
+TEST_F(Hotkeys, ctrlAltNTappedThroughTheHarnessKeyboardMakesANoteThatTakesTheTappedKeys) {
+    ASSERT_NO_FATAL_FAILURE(start());
+    ASSERT_NO_FATAL_FAILURE(movePointer(640, 400));
+    keyboard.tap({XK_Control_L, XK_Alt_L, XK_n});
+    auto snapshot = waitForNotes(1);
+    ASSERT_TRUE(snapshot) << "a tapped Ctrl+Alt+N made no note" << diagnostics();
+    const std::string id = (*snapshot)["notes"][0]["id"];
+    ASSERT_TRUE(waitUntil([&] {
+        auto focused = client.runScript(id, "document.hasFocus() && document.activeElement.id");
+        return focused && *focused == "editor";
+    })) << diagnostics();
+    keyboard.tap({XK_x});
+    EXPECT_TRUE(waitUntil([&] {
+        auto text = client.runScript(id, "currentText()");
+        return text && *text == "x";
+    })) << diagnostics();
+}
+
 TEST_F(Hotkeys, pressingCtrlAltNTwiceQuicklyMakesTwoNotesAndTheLastTakesWhatIsTyped) {
     ASSERT_NO_FATAL_FAILURE(start());
     ASSERT_NO_FATAL_FAILURE(movePointer(500, 300));

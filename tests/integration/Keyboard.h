@@ -6,8 +6,11 @@
 
 #include <xcb/xcb.h>
 #include <xcb/xcb_keysyms.h>
+#include <xcb/xtest.h>
 
 #include <cstdint>
+#include <initializer_list>
+#include <vector>
 
 namespace marrowleaf::testing {
 
@@ -15,7 +18,8 @@ inline constexpr std::uint8_t badAccess = 10;              // the X error of a g
 inline constexpr std::uint16_t altMask = XCB_MOD_MASK_1;   // where Xvfb's keyboard map puts Alt
 inline constexpr std::uint16_t ctrlAltMask = XCB_MOD_MASK_CONTROL | altMask;
 
-// The keyboard as another X client sees it through the harness's connection.
+// The keyboard as another X client sees it through the harness's connection,
+// and as a person types on it (XTest).
 class Keyboard {
 public:
     explicit Keyboard(XConnection& x) : x(x), symbols(xcb_key_symbols_alloc(x.get())) {}
@@ -61,6 +65,18 @@ public:
         return pointer ? pointer->mask & 0xff : 0;
     }
 
+    // Presses the keys in order and lets go of them in the opposite order, as
+    // one chord (Control_L, Alt_L, n is Ctrl+Alt+N). Returns once the server
+    // has taken the presses, so a clock read just before is the press's time.
+    void tap(std::initializer_list<xcb_keysym_t> keys) {
+        std::vector<xcb_keycode_t> codes;
+        for (xcb_keysym_t key : keys) codes.push_back(codeOf(key));
+        for (xcb_keycode_t code : codes) fake(XCB_KEY_PRESS, code);
+        for (auto code = codes.rbegin(); code != codes.rend(); ++code) fake(XCB_KEY_RELEASE, *code);
+        marrowleaf::XcbReply<xcb_get_input_focus_reply_t> synced(
+            xcb_get_input_focus_reply(x.get(), xcb_get_input_focus(x.get()), nullptr));
+    }
+
     // Grabs a combination on the root as another program would; the X error code, or 0.
     int grab(xcb_keycode_t key, std::uint16_t modifiers) {
         marrowleaf::XcbReply<xcb_generic_error_t> error(
@@ -71,6 +87,11 @@ public:
 
 private:
     XConnection& x;
+
+    void fake(std::uint8_t type, xcb_keycode_t code) {
+        xcb_test_fake_input(x.get(), type, code, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+    }
+
     xcb_key_symbols_t* symbols;
 };
 
