@@ -30,6 +30,11 @@ struct Rect {
     // Minimum edges inclusive, maximum edges exclusive, so a point on the
     // shared edge of two side-by-side rectangles belongs to one of them only.
     bool contains(Point p) const { return p.x >= minX() && p.x < maxX() && p.y >= minY() && p.y < maxY(); }
+    // Whether the two share some of their inside; rectangles that only touch
+    // along an edge do not.
+    bool intersects(const Rect& o) const {
+        return minX() < o.maxX() && o.minX() < maxX() && minY() < o.maxY() && o.minY() < maxY();
+    }
     // Shrinks by `d` on every side (grows when `d` is negative).
     Rect inset(double d) const { return {x + d, y + d, width - 2 * d, height - 2 * d}; }
 

@@ -88,11 +88,14 @@ StatusMenu& StatusMenu::shared() {
     return *instance;
 }
 
-StatusMenu::StatusMenu(Stickies& registry) : registry(registry) {}
+StatusMenu::StatusMenu(Stickies& registry, Permissions& permissions)
+    : registry(registry), permissions(permissions) {}
 
 StatusMenu::~StatusMenu() {
     *self = nullptr;
-    if (installed) registry.setChangeHandler(nullptr);
+    if (!installed) return;
+    registry.setChangeHandler(nullptr);
+    permissions.setChangeHandler(nullptr);
 }
 
 void StatusMenu::install(std::function<void()> quit) {
@@ -102,6 +105,7 @@ void StatusMenu::install(std::function<void()> quit) {
     setBadge(false);
     installed = true;
     registry.setChangeHandler([this] { setNeedsRebuild(); });
+    permissions.setChangeHandler([this] { setNeedsRebuild(); });
     rebuild();
 }
 
@@ -139,6 +143,8 @@ MenuState StatusMenu::state() {
     const LoginItem& login = Platform::loginItem();
     s.loginItemAvailable = login.available();
     s.loginItemEnabled = s.loginItemAvailable && login.enabled();
+    // Nothing is said about the desktop features before they were looked for.
+    s.desktopFeaturesOn = permissions.trusted() || !permissions.started();
     return s;
 }
 
@@ -153,6 +159,7 @@ MenuActions StatusMenu::actions() {
     a.openTrash = [this] { openTrash(); };
     a.toggleAltClick = [this] { toggleAltClick(); };
     a.toggleLoginItem = [this] { toggleLoginItem(); };
+    a.explainDesktopFeatures = [this] { permissions.showWelcome(); };
     a.about = [this] { showAbout(); };
     a.leaveTip = [this] { leaveTip(); };
     a.quit = [this] {
@@ -199,7 +206,8 @@ std::vector<MenuRow> StatusMenu::rows(const MenuState& state, const MenuActions&
     menu.check("Alt-Click Desktop for New Sticky", state.altClickEnabled, actions.toggleAltClick);
     if (state.loginItemAvailable)
         menu.check("Open at Login", state.loginItemEnabled, actions.toggleLoginItem);
-    // The way to the desktop features' explanation goes here while they are unavailable.
+    if (!state.desktopFeaturesOn)
+        menu.add("\u26a0\ufe0f Desktop Features Unavailable\u2026", actions.explainDesktopFeatures);
 
     menu.separator();
     menu.add("About " + state.appName, actions.about);

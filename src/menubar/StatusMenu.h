@@ -1,4 +1,5 @@
 #pragma once
+#include "menubar/Permissions.h"
 #include "platform/StatusItem.h"
 #include "registry/Stickies.h"
 
@@ -22,6 +23,8 @@ struct MenuState {
     bool altClickEnabled = true;
     bool loginItemAvailable = false;
     bool loginItemEnabled = false;
+    // Alt-click, box selection and the trash drop run; when not, a row leads to why.
+    bool desktopFeaturesOn = true;
 };
 
 // What the rows do when chosen. A row whose action is empty shows without one.
@@ -35,6 +38,7 @@ struct MenuActions {
     std::function<void()> openTrash;
     std::function<void()> toggleAltClick;
     std::function<void()> toggleLoginItem;
+    std::function<void()> explainDesktopFeatures;
     std::function<void()> about;
     std::function<void()> leaveTip;
     std::function<void()> quit;
@@ -49,7 +53,7 @@ public:
     // Over the registry of the process.
     static StatusMenu& shared();
 
-    explicit StatusMenu(Stickies& registry);
+    explicit StatusMenu(Stickies& registry, Permissions& permissions = Permissions::shared());
     ~StatusMenu();
     StatusMenu(const StatusMenu&) = delete;
     StatusMenu& operator=(const StatusMenu&) = delete;
@@ -78,7 +82,8 @@ public:
     void toggleAltClick();
     void toggleLoginItem();
     void showAbout();
-    void leaveTip();
+    // Also the welcome window's footer: one way to the tip page.
+    static void leaveTip();
 
     static constexpr const char* tipLinkOpenedKey = "TipLinkOpened";
     static constexpr double loginItemMessageSeconds = 1.4;
@@ -87,6 +92,7 @@ public:
 
 private:
     Stickies& registry;
+    Permissions& permissions;
     std::function<void()> quitAction;
     bool installed = false;
     bool rebuildPlanned = false;

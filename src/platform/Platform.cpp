@@ -38,5 +38,9 @@ Sounds& Platform::sounds() { return required(installed.sounds, "sounds"); }
 StatusItem& Platform::statusItem() { return required(installed.statusItem, "statusItem"); }
 LoginItem& Platform::loginItem() { return required(installed.loginItem, "loginItem"); }
 HotkeySource& Platform::hotkeySource() { return required(installed.hotkeySource, "hotkeySource"); }
+MouseTap& Platform::mouseTap() { return required(installed.mouseTap, "mouseTap"); }
+AppMouseMonitor& Platform::appMouseMonitor() { return required(installed.appMouseMonitor, "appMouseMonitor"); }
+TrashTargetView& Platform::trashTargetView() { return required(installed.trashTargetView, "trashTargetView"); }
+WelcomeView& Platform::welcomeView() { return required(installed.welcomeView, "welcomeView"); }
 
 }

@@ -17,6 +17,10 @@ class Sounds;
 class StatusItem;
 class LoginItem;
 class HotkeySource;
+class MouseTap;
+class AppMouseMonitor;
+class TrashTargetView;
+class WelcomeView;
 
 // The desktop services the portable code talks to. The application installs
 // the Linux ones at start; tests install fakes. Whoever installs them keeps
@@ -40,6 +44,10 @@ public:
         StatusItem* statusItem = nullptr;
         LoginItem* loginItem = nullptr;
         HotkeySource* hotkeySource = nullptr;
+        MouseTap* mouseTap = nullptr;
+        AppMouseMonitor* appMouseMonitor = nullptr;
+        TrashTargetView* trashTargetView = nullptr;
+        WelcomeView* welcomeView = nullptr;
     };
 
     static const Services& current();
@@ -60,6 +68,10 @@ public:
     static StatusItem& statusItem();
     static LoginItem& loginItem();
     static HotkeySource& hotkeySource();
+    static MouseTap& mouseTap();
+    static AppMouseMonitor& appMouseMonitor();
+    static TrashTargetView& trashTargetView();
+    static WelcomeView& welcomeView();
 };
 
 }

@@ -76,6 +76,9 @@ public:
     // Asks the window server to bring an ordinary desktop to the front; a
     // change it makes is announced to `watchActiveSpace` as usual.
     virtual void showSpace(SpaceId space) = 0;
+    // The top-level windows on screen, the frontmost first, ours and other
+    // programs'; empty when the window server cannot tell.
+    virtual std::vector<WindowNumber> frontToBack() const = 0;
     // Calls `handler` after the focused or a shown desktop changed.
     virtual std::unique_ptr<Subscription> watchActiveSpace(Handler handler) = 0;
 };

@@ -63,6 +63,18 @@ public:
         bool operator==(const Listed&) const = default;
     };
 
+    // The part of a note a point lies on: the header strip left of its
+    // buttons, which moves it; the bottom-right grip, which resizes it; or
+    // anything else inside it.
+    enum class Part { drag, resize, body };
+
+    struct Hit {
+        std::string id;
+        Part part = Part::body;
+
+        bool operator==(const Hit&) const = default;
+    };
+
     // A note as the search panel lists it.
     struct SearchItem {
         std::string id;
@@ -118,6 +130,10 @@ public:
     std::vector<SearchItem> searchItems();
 
     // --- selection
+    // The frontmost note on screen under the point, and which part of it.
+    std::optional<Hit> hitTest(Point point);
+    // The selection becomes the notes on screen that the box touches.
+    void select(Rect box);
     void setSelected(const std::string& id, bool on);
     void clearSelection();
 
@@ -165,6 +181,9 @@ public:
     static constexpr double messageSeconds = 1.4;
     static constexpr double backSeconds = 2.5;
     static constexpr double windowMargin = 6;
+    // The header strip that moves a note, and the grip that resizes it.
+    static constexpr double dragStripHeight = 22;
+    static constexpr double gripSize = 16;
     // A note whose file vanished is kept this long, for a save by delete-then-recreate.
     static constexpr double vanishGrace = 2.0;
     // The look of a new note with no neighbour to take one from.

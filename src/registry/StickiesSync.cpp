@@ -2,6 +2,7 @@
 
 #include "geometry/Geo.h"
 #include "geometry/Spaces.h"
+#include "input/StickyDrag.h"
 #include "platform/Clock.h"
 #include "platform/NoteWindow.h"
 #include "platform/Platform.h"
@@ -267,8 +268,10 @@ void Stickies::refresh() {
         if (found == state.stickies.end()) continue;
         const Record& record = found->second;
 
+        // While a note is dragged, the drag owns the levels: it lifts its notes and puts them back.
         const WindowLevel level = StickyController::level(record.pinned.value_or(false));
-        if (controller.window().level() != level) controller.window().setLevel(level);
+        if (!StickyDrag::anyInProgress() && controller.window().level() != level)
+            controller.window().setLevel(level);
 
         const auto where = Locations::resolve(record);
         const bool asleep = record.snoozeUntil && now < *record.snoozeUntil;

@@ -13,6 +13,7 @@ namespace {
 
 constexpr const char* notesDirKey = "NotesDirectory";
 constexpr int pageSearchDepth = 6;
+constexpr const char* projectPage = "https://marrowleaf.app/";
 
 ConfigSources sources;
 std::optional<fs::path> cachedNotesDir;
@@ -118,7 +119,9 @@ std::string Config::version() {
     return "dev";
 }
 
-std::string Config::supportURL() { return "https://marrowleaf.app/tip"; }
+std::string Config::supportURL() { return std::string(projectPage) + "tip"; }
+
+std::string Config::desktopFeaturesURL() { return std::string(projectPage) + "#desktop-features"; }
 
 bool Config::altClickEnabled() {
     if (!Platform::current().defaults) return true;

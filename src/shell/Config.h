@@ -34,6 +34,8 @@ struct Config {
     static std::string appName();
     static std::string version();
     static std::string supportURL();
+    // The project page's explanation of the desktop features and what they need.
+    static std::string desktopFeaturesURL();
     static bool altClickEnabled();
     // The user default that turns Alt-click on the desktop on and off.
     static constexpr const char* altClickKey = "AltClickNewSticky";

@@ -27,6 +27,7 @@ struct Chosen {
         a.openTrash = record("trash");
         a.toggleAltClick = record("alt-click");
         a.toggleLoginItem = record("login");
+        a.explainDesktopFeatures = record("desktop features");
         a.about = record("about");
         a.leaveTip = record("tip");
         a.quit = record("quit");
@@ -231,6 +232,26 @@ TEST(StatusMenuRows, everyRowDoesWhatItSays) {
         if (row.action) row.action();
     EXPECT_THAT(chosen.calls, ElementsAre("new", "toggle", "undo", "folder", "trash", "alt-click", "login",
                                           "about", "tip", "quit"));
+}
+
+TEST(StatusMenuRows, withoutTheDesktopFeaturesARowAfterTheSettingsLeadsToWhy) {
+    MenuState state = onADesktop();
+    state.desktopFeaturesOn = false;
+    Chosen chosen;
+    const auto rows = StatusMenu::rows(state, chosen.actions());
+    const auto all = titles(rows);
+    const auto row = std::ranges::find(all, "\u26a0\ufe0f Desktop Features Unavailable\u2026");
+    ASSERT_NE(row, all.end());
+    EXPECT_EQ(*(row - 1), "Open at Login");
+    EXPECT_EQ(*(row + 1), "---");
+    rowTitled(rows, "\u26a0\ufe0f Desktop Features Unavailable\u2026").action();
+    EXPECT_THAT(chosen.calls, ElementsAre("desktop features"));
+}
+
+TEST(StatusMenuRows, theDesktopFeaturesRowIsAbsentWhileTheyRun) {
+    Chosen chosen;
+    EXPECT_FALSE(hasRow(StatusMenu::rows(onADesktop(), chosen.actions()),
+                        "\u26a0\ufe0f Desktop Features Unavailable\u2026"));
 }
 
 // ---------------------------------------------------------------- the menu over a registry

@@ -7,10 +7,12 @@
 #include "platform/fake/FakeHotkeySource.h"
 #include "platform/fake/FakeHudView.h"
 #include "platform/fake/FakeLoginItem.h"
+#include "platform/fake/FakeMouse.h"
 #include "platform/fake/FakeStatusItem.h"
 #include "platform/fake/FakeWorkspace.h"
 #include "platform/fake/FakeNoteWindow.h"
 #include "platform/fake/FakeScreens.h"
+#include "platform/fake/FakeWelcomeView.h"
 #include "platform/fake/FakeWindowServer.h"
 
 namespace marrowleaf {
@@ -38,6 +40,10 @@ public:
     FakeStatusItem statusItem;
     FakeLoginItem loginItem;
     FakeHotkeySource hotkeys;
+    FakeMouseTap mouseTap;
+    FakeAppMouseMonitor appMouse;
+    FakeTrashTargetView trashTarget;
+    FakeWelcomeView welcome;
 
     // Re-installs after a test changed a member's wiring.
     void reinstall() { Platform::install(services()); }
@@ -61,6 +67,10 @@ private:
         p.statusItem = &statusItem;
         p.loginItem = &loginItem;
         p.hotkeySource = &hotkeys;
+        p.mouseTap = &mouseTap;
+        p.appMouseMonitor = &appMouse;
+        p.trashTargetView = &trashTarget;
+        p.welcomeView = &welcome;
         return p;
     }
 };

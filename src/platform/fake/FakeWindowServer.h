@@ -32,6 +32,9 @@ public:
     void switchTo(SpaceId space);
     // Switches, unless `refuseSwitches` is set; every request is kept in `shown`.
     void showSpace(SpaceId space) override;
+    std::vector<WindowNumber> frontToBack() const override { return stacking; }
+    // The window order a test sets, the frontmost first.
+    std::vector<WindowNumber> stacking;
     bool refuseSwitches = false;
     std::vector<SpaceId> shown;
     void emitActiveSpaceChange() { activeChanges.emit(); }
