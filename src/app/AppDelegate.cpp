@@ -3,6 +3,8 @@
 #include "app/LinuxDesktop.h"
 #include "app/TestInterface.h"
 #include "input/Hotkeys.h"
+#include "input/StickyDrag.h"
+#include "menubar/Permissions.h"
 #include "menubar/StatusMenu.h"
 #include "geometry/Geo.h"
 #include "registry/SearchItems.h"
@@ -176,6 +178,9 @@ void AppDelegate::onStartup() {
         // Ctrl+Alt+L is held from the start but opens nothing until the search panel exists.
         .search = {},
     });
+    StickyDrag::shared().start();
+    // Starts the desktop mouse when the desktop lets it, else explains why once.
+    Permissions::shared().start();
     if (TestInterface::wanted())
         testInterface = std::make_unique<TestInterface>(g_application_get_dbus_connection(gApplication()));
 

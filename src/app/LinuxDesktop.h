@@ -2,12 +2,16 @@
 #include "platform/Platform.h"
 #include "platform/linux/AppIndicatorStatusItem.h"
 #include "platform/linux/AutostartLoginItem.h"
+#include "platform/linux/GdkAppMouseMonitor.h"
 #include "platform/linux/GtkHudView.h"
 #include "platform/linux/GtkNoteWindow.h"
+#include "platform/linux/GtkTrashTargetView.h"
+#include "platform/linux/GtkWelcomeView.h"
 #include "platform/linux/GtkWorkspace.h"
 #include "platform/linux/XcbAccessibility.h"
 #include "platform/linux/XcbConnection.h"
 #include "platform/linux/XcbHotkeySource.h"
+#include "platform/linux/XcbMouseTap.h"
 #include "platform/linux/XcbScreens.h"
 #include "platform/linux/XcbWindowServer.h"
 #include "shell/Config.h"
@@ -22,6 +26,8 @@ struct LinuxDesktop {
     XcbWindowServer windowServer{connection, screens};
     XcbAccessibility accessibility{connection};
     XcbHotkeySource hotkeys{connection};
+    XcbMouseTap mouseTap{connection};
+    GdkAppMouseMonitor appMouseMonitor;
     GtkNoteWindowFactory noteWindows;
     GtkHudView hud;
     GtkWorkspace workspace;
@@ -29,6 +35,8 @@ struct LinuxDesktop {
     CanberraSounds sounds;
     AppIndicatorStatusItem statusItem{Config::iconsDir()};
     AutostartLoginItem loginItem{Config::autostartFile(), AutostartLoginItem::runningProgram()};
+    GtkWelcomeView welcome{Config::iconsDir()};
+    GtkTrashTargetView trashTarget{Config::iconsDir()};
 
     // Adds these services to the ones already installed.
     void install() {
@@ -37,6 +45,8 @@ struct LinuxDesktop {
         platform.windowServer = &windowServer;
         platform.accessibility = &accessibility;
         platform.hotkeySource = &hotkeys;
+        platform.mouseTap = &mouseTap;
+        platform.appMouseMonitor = &appMouseMonitor;
         platform.noteWindowFactory = &noteWindows;
         platform.hudView = &hud;
         platform.workspace = &workspace;
@@ -44,6 +54,9 @@ struct LinuxDesktop {
         platform.sounds = &sounds;
         platform.statusItem = &statusItem;
         platform.loginItem = &loginItem;
+        platform.welcomeView = &welcome;
+        platform.trashTargetView = &trashTarget;
+        accessibility.setTrashTarget([this] { return trashTarget.shownFrame(); });
         Platform::install(platform);
     }
 };

@@ -1,5 +1,6 @@
 #include "platform/linux/GtkNoteWindow.h"
 
+#include "platform/linux/GdkAppMouseMonitor.h"
 #include "shell/Log.h"
 
 #include <gdk/gdkx.h>
@@ -157,6 +158,7 @@ void GtkNoteWindow::makeWindow(Rect frame) {
     window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     GtkWindow* w = GTK_WINDOW(window);
     gtk_window_set_title(w, "Marrowleaf note");
+    GdkAppMouseMonitor::markNoteWindow(window);
     gtk_window_set_decorated(w, FALSE);
     gtk_window_set_skip_taskbar_hint(w, TRUE);
     gtk_window_set_skip_pager_hint(w, TRUE);

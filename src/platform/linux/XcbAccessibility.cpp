@@ -13,9 +13,6 @@ namespace marrowleaf {
 
 namespace {
 
-constexpr std::uint16_t inputMajor = 2;
-constexpr std::uint16_t inputMinor = 2;
-constexpr const char* xwaylandExtension = "XWAYLAND";
 // A window manager's frame holds the client, maybe inside one more layer.
 constexpr int frameDepthLimit = 2;
 
@@ -41,24 +38,14 @@ XcbAccessibility::XcbAccessibility(XcbConnection& connection, pid_t ownProcess)
 
 XcbAccessibility::~XcbAccessibility() = default;
 
-bool XcbAccessibility::checkTrust() const {
-    const xcb_query_extension_reply_t* input = xcb_get_extension_data(x.get(), &xcb_input_id);
-    if (!input || !input->present) return false;
-    auto versionCookie = xcb_input_xi_query_version(x.get(), inputMajor, inputMinor);
-    auto xwaylandCookie = xcb_query_extension(x.get(), std::strlen(xwaylandExtension), xwaylandExtension);
-    XcbReply<xcb_input_xi_query_version_reply_t> version(
-        xcb_input_xi_query_version_reply(x.get(), versionCookie, nullptr));
-    XcbReply<xcb_query_extension_reply_t> xwayland(
-        xcb_query_extension_reply(x.get(), xwaylandCookie, nullptr));
-    // Under Xwayland the desktop and its clicks belong to the Wayland compositor.
-    if (xwayland && xwayland->present) return false;
-    return version && (version->major_version > inputMajor ||
-                       (version->major_version == inputMajor && version->minor_version >= inputMinor));
-}
+bool XcbAccessibility::checkTrust() const { return x.desktopInputOpcode().has_value(); }
 
 bool XcbAccessibility::trusted() const { return inputExtension && x.connected(); }
 
-std::optional<Rect> XcbAccessibility::trashTarget() const { return std::nullopt; }
+std::optional<Rect> XcbAccessibility::trashTarget() const {
+    if (!trashFrame) return std::nullopt;
+    return trashFrame();
+}
 
 // The top-most viewable window among the root's children whose outer
 // rectangle holds the point. Input-only windows draw nothing and are skipped.

@@ -3,6 +3,7 @@
 
 #include <xcb/xcb.h>
 
+#include <functional>
 #include <memory>
 #include <sys/types.h>
 #include <unistd.h>
@@ -27,8 +28,10 @@ public:
     // An X session (not Xwayland) with XInput 2.2, which the desktop clicks need.
     bool trusted() const override;
     DesktopHit whatIsAt(Point point) const override;
-    // No trash target yet: nothing.
+    // Where the trash target stands, as `setTrashTarget`'s answer says.
     std::optional<Rect> trashTarget() const override;
+    // Who knows where the trash target stands while it is shown.
+    void setTrashTarget(std::function<std::optional<Rect>()> frame) { trashFrame = std::move(frame); }
 
 private:
     struct TopLevel;
@@ -37,6 +40,7 @@ private:
     pid_t own;
     bool inputExtension = false;
     std::unique_ptr<AtspiDesktopIcons> icons;
+    std::function<std::optional<Rect>()> trashFrame;
 
     std::optional<TopLevel> topLevelAt(Point point) const;
     xcb_window_t clientOf(xcb_window_t topLevel) const;

@@ -3,6 +3,7 @@
 #include "shell/Log.h"
 
 #include <glib.h>
+#include <xcb/xinput.h>
 
 #include <algorithm>
 #include <poll.h>
@@ -106,6 +107,24 @@ void XcbConnection::attachToMainLoop() {
 }
 
 bool XcbConnection::connected() const { return connection && !xcb_connection_has_error(connection); }
+
+std::optional<std::uint8_t> XcbConnection::desktopInputOpcode() const {
+    constexpr std::uint16_t major = 2, minor = 2;
+    constexpr std::string_view xwayland = "XWAYLAND";
+    if (!connected()) return std::nullopt;
+    const xcb_query_extension_reply_t* input = xcb_get_extension_data(connection, &xcb_input_id);
+    if (!input || !input->present) return std::nullopt;
+    auto versionCookie = xcb_input_xi_query_version(connection, major, minor);
+    auto xwaylandCookie = xcb_query_extension(connection, static_cast<std::uint16_t>(xwayland.size()), xwayland.data());
+    XcbReply<xcb_input_xi_query_version_reply_t> version(
+        xcb_input_xi_query_version_reply(connection, versionCookie, nullptr));
+    XcbReply<xcb_query_extension_reply_t> wayland(xcb_query_extension_reply(connection, xwaylandCookie, nullptr));
+    if (wayland && wayland->present) return std::nullopt;
+    const bool recent = version && (version->major_version > major ||
+                                    (version->major_version == major && version->minor_version >= minor));
+    if (!recent) return std::nullopt;
+    return input->major_opcode;
+}
 
 bool XcbConnection::reportLoss() {
     if (!reportedLoss)

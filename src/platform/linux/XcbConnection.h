@@ -49,6 +49,10 @@ public:
 
     // False when the connection failed or the server has gone.
     bool connected() const;
+    // The XInput 2.2 extension's major opcode, when the server has it and is
+    // an X session of its own: under Xwayland the desktop and its clicks
+    // belong to the Wayland compositor.
+    std::optional<std::uint8_t> desktopInputOpcode() const;
     xcb_connection_t* get() const { return connection; }
     xcb_window_t root() const { return rootWindow; }
 

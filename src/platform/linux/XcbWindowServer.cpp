@@ -37,7 +37,7 @@ struct XcbWindowServer::Desktops {
 XcbWindowServer::XcbWindowServer(XcbConnection& connection, const XcbScreens& screens)
     : x(connection), screens(screens), moves(connection) {
     if (!x.connected()) return;
-    x.internAtoms({"_NET_NUMBER_OF_DESKTOPS", "_NET_CURRENT_DESKTOP", "_NET_ACTIVE_WINDOW", "_NET_WM_DESKTOP",
+    x.internAtoms({"_NET_NUMBER_OF_DESKTOPS", "_NET_CLIENT_LIST_STACKING", "_NET_CURRENT_DESKTOP", "_NET_ACTIVE_WINDOW", "_NET_WM_DESKTOP",
                    "_NET_WM_STATE", "_NET_WM_STATE_FULLSCREEN", "WM_STATE"});
     followActiveWindow();
     activeWatch = x.watch(
@@ -97,6 +97,11 @@ std::optional<std::vector<DisplayDescription>> XcbWindowServer::describeDisplays
         displays.push_back(std::move(display));
     }
     return displays;
+}
+
+std::vector<WindowNumber> XcbWindowServer::frontToBack() const {
+    const auto bottomFirst = x.cardinals(x.root(), "_NET_CLIENT_LIST_STACKING");
+    return {bottomFirst.rbegin(), bottomFirst.rend()};
 }
 
 SpaceId XcbWindowServer::focusedSpace() const {

@@ -34,6 +34,8 @@ public:
     void showSpace(SpaceId space) override;
     // The current desktop changed, or the focused window (or whether it is full screen).
     std::unique_ptr<Subscription> watchActiveSpace(Handler handler) override;
+    // The window manager's stacking list of the windows it manages, reversed.
+    std::vector<WindowNumber> frontToBack() const override;
 
 private:
     struct Desktops;
