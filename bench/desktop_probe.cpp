@@ -41,6 +41,8 @@ const char* describe(DesktopHit hit) {
         return "unknown";
     case DesktopHit::bareDesktop:
         return "bare desktop";
+    case DesktopHit::desktopBackground:
+        return "desktop program's background";
     case DesktopHit::desktopIcon:
         return "desktop icon";
     case DesktopHit::window:

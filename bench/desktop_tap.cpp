@@ -3,7 +3,10 @@
 // tap has answered it. On a private Xvfb + openbox session, Alt is held and
 // the left button pressed and released 200 times (after 10 presses not
 // counted) on the bare root window through XTest on the benchmark's own
-// connection; the tap answers every Alt press with swallow. Prints
+// connection. The handler asks the desktop what the program asks before it
+// answers an Alt press (the window order, for the note under the pointer, and
+// whether the point is the bare desktop, through the program's own probes),
+// then answers swallow. Prints
 //
 //   alt_click_decision_ms median X max Y
 //
@@ -15,15 +18,20 @@
 // steady clock in this one process, so they compare directly; the sample
 // includes the request's trip to the server (tens of microseconds), the
 // server's delivery of the raw and the grabbed press, the main loop waking,
-// and the tap's own pointer query: an upper bound on the decision, never
-// less than it. The handler itself does nothing but note the time, so what
-// the program's own desktop check costs comes on top (see bench/desktop-probe).
+// the tap's own pointer query and the program's questions to the desktop: an
+// upper bound on the decision, never less than it. What the program decides
+// from memory (its notes, its settings) takes microseconds and is left out.
 //
 //   bench_desktop_tap
 #include "integration/Harness.h"
 #include "integration/Keyboard.h"
+#include "geometry/AX.h"
+#include "platform/Platform.h"
+#include "platform/linux/XcbAccessibility.h"
 #include "platform/linux/XcbConnection.h"
 #include "platform/linux/XcbMouseTap.h"
+#include "platform/linux/XcbScreens.h"
+#include "platform/linux/XcbWindowServer.h"
 
 #include <X11/keysym.h>
 #include <xcb/xtest.h>
@@ -65,7 +73,16 @@ int main() {
         XConnection& harness = session.x();
         Keyboard keyboard(harness);
         XcbConnection connection(session.display());
+        XcbScreens screens(connection);
+        XcbWindowServer windowServer(connection, screens);
+        XcbAccessibility accessibility(connection);
+        Platform::Services services = Platform::current();
+        services.screens = &screens;
+        services.windowServer = &windowServer;
+        services.accessibility = &accessibility;
+        Platform::install(services);
         XcbMouseTap tap(connection);
+        bool everyPressOnTheDesktop = true;
 
         std::optional<SteadyClock::time_point> answeredAt;
         bool released = false;
@@ -73,6 +90,8 @@ int main() {
             if (event.kind == MouseEvent::Kind::release) released = true;
             if (event.kind != MouseEvent::Kind::press || event.modifiers != MouseModifiers::alt)
                 return MouseAnswer::pass;
+            windowServer.frontToBack();
+            everyPressOnTheDesktop = AX::isDesktop(event.point) && everyPressOnTheDesktop;
             answeredAt = SteadyClock::now();
             return MouseAnswer::swallow;
         });
@@ -109,6 +128,10 @@ int main() {
             std::fprintf(stderr, "%.3f\n", samples.back());
         }
         fake(harness, XCB_KEY_RELEASE, alt);
+        if (!everyPressOnTheDesktop) {
+            std::fprintf(stderr, "the probe did not see the bare desktop under every press\n");
+            return 1;
+        }
 
         std::ranges::sort(samples);
         std::printf("alt_click_decision_ms median %.3f max %.3f\n", samples[samples.size() / 2], samples.back());

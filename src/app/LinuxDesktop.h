@@ -5,6 +5,7 @@
 #include "platform/linux/GdkAppMouseMonitor.h"
 #include "platform/linux/GtkHudView.h"
 #include "platform/linux/GtkNoteWindow.h"
+#include "platform/linux/GtkSelectionBoxView.h"
 #include "platform/linux/GtkTrashTargetView.h"
 #include "platform/linux/GtkWelcomeView.h"
 #include "platform/linux/GtkWorkspace.h"
@@ -37,6 +38,7 @@ struct LinuxDesktop {
     AutostartLoginItem loginItem{Config::autostartFile(), AutostartLoginItem::runningProgram()};
     GtkWelcomeView welcome{Config::iconsDir()};
     GtkTrashTargetView trashTarget{Config::iconsDir()};
+    GtkSelectionBoxView selectionBox;
 
     // Adds these services to the ones already installed.
     void install() {
@@ -56,6 +58,7 @@ struct LinuxDesktop {
         platform.loginItem = &loginItem;
         platform.welcomeView = &welcome;
         platform.trashTargetView = &trashTarget;
+        platform.selectionBoxView = &selectionBox;
         accessibility.setTrashTarget([this] { return trashTarget.shownFrame(); });
         Platform::install(platform);
     }

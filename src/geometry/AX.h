@@ -1,5 +1,6 @@
 #pragma once
 #include "geometry/Rect.h"
+#include "platform/Accessibility.h"
 
 #include <optional>
 
@@ -11,6 +12,10 @@ namespace marrowleaf {
 // let us look, reads as the negative answer.
 struct AX {
     static bool isDesktop(Point point);
+    // The bare root and a desktop program's background are both the desktop.
+    static bool isDesktop(DesktopHit hit);
+    // What lies at `point`; `unknown` when the desktop does not let us look.
+    static DesktopHit whatIsAt(Point point);
     static std::optional<Rect> trashFrame();
 };
 

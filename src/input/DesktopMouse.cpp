@@ -34,7 +34,10 @@ DesktopMouse& DesktopMouse::shared() {
 
 DesktopMouse::DesktopMouse(Stickies& registry) : registry(registry) {}
 
-DesktopMouse::~DesktopMouse() { *self = nullptr; }
+DesktopMouse::~DesktopMouse() {
+    *self = nullptr;
+    hideBand();
+}
 
 bool DesktopMouse::start() {
     MouseTap& tap = Platform::mouseTap();
@@ -66,6 +69,7 @@ MouseAnswer DesktopMouse::handle(const MouseEvent& event) {
 MouseAnswer DesktopMouse::released() {
     pressStart = {};
     state = Press::none;
+    hideBand();
     if (!swallowRelease) return MouseAnswer::pass;
     // The release after a swallowed Alt-click is swallowed too.
     swallowRelease = false;
@@ -73,13 +77,18 @@ MouseAnswer DesktopMouse::released() {
 }
 
 MouseAnswer DesktopMouse::dragged(const MouseEvent& event) {
-    if (state == Press::onDesktop && !StickyDrag::anyInProgress()) registry.select(spanned(pressStart, event.point));
+    if (state != Press::onDesktop || StickyDrag::anyInProgress()) return MouseAnswer::pass;
+    const Rect box = spanned(pressStart, event.point);
+    registry.select(box);
+    if (drawsBand) showBand(box);
     return MouseAnswer::pass;
 }
 
 MouseAnswer DesktopMouse::pressed(const MouseEvent& event) {
     pressStart = {};
     state = Press::none;
+    drawsBand = false;
+    hideBand();
     const Point point = event.point;
     // With no note on a desktop in front there is nothing to select or
     // make room beside, so the desktop keeps its clicks.
@@ -107,17 +116,34 @@ MouseAnswer DesktopMouse::altPressed(Point point) {
 void DesktopMouse::checkDesktopLater(Point point) {
     std::weak_ptr<DesktopMouse*> weak = self;
     Platform::mainQueue().post([weak, point] {
-        const bool onDesktop = AX::isDesktop(point);
+        const DesktopHit hit = AX::whatIsAt(point);
         auto alive = weak.lock();
-        if (alive && *alive) (*alive)->desktopChecked(point, onDesktop);
+        if (alive && *alive) (*alive)->desktopChecked(point, hit);
     });
 }
 
-void DesktopMouse::desktopChecked(Point point, bool onDesktop) {
+void DesktopMouse::desktopChecked(Point point, DesktopHit hit) {
+    const bool onDesktop = AX::isDesktop(hit);
     // A check that comes back after the release, or after a newer press,
     // leaves the press state to whatever happened since.
-    if (state != Press::none && pressStart == point) state = onDesktop ? Press::onDesktop : Press::notDesktop;
+    if (state != Press::none && pressStart == point) {
+        state = onDesktop ? Press::onDesktop : Press::notDesktop;
+        // A desktop program draws its own band over its background; a second
+        // one on top would only hide it.
+        drawsBand = hit == DesktopHit::bareDesktop;
+    }
     if (onDesktop) registry.clearSelection();
+}
+
+void DesktopMouse::showBand(Rect box) {
+    Platform::selectionBoxView().show(box);
+    bandShown = true;
+}
+
+void DesktopMouse::hideBand() {
+    if (!bandShown) return;
+    Platform::selectionBoxView().hide();
+    bandShown = false;
 }
 
 }

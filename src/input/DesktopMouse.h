@@ -1,5 +1,6 @@
 #pragma once
 #include "geometry/Rect.h"
+#include "platform/Accessibility.h"
 #include "platform/MouseTap.h"
 
 #include <memory>
@@ -10,7 +11,8 @@ class Stickies;
 
 // The left button on the bare desktop: an Alt-click makes a note at the click
 // (and neither the press nor its release reaches the desktop), a plain drag
-// draws a box that selects the notes it touches, and a plain click clears the
+// draws a box that selects the notes it touches (with a rubber band on the
+// bare root; a desktop program draws its own), and a plain click clears the
 // selection. Clicks on notes, and every click while no note is on screen,
 // pass untouched.
 class DesktopMouse {
@@ -41,6 +43,8 @@ private:
     Press state = Press::none;
     Point pressStart;
     bool swallowRelease = false;
+    bool drawsBand = false;   // the press being tracked lies on the bare root
+    bool bandShown = false;
     bool failureLogged = false;
     // Lets a desktop check that finishes after this object is gone do nothing.
     std::shared_ptr<DesktopMouse*> self = std::make_shared<DesktopMouse*>(this);
@@ -50,7 +54,9 @@ private:
     MouseAnswer dragged(const MouseEvent& event);
     MouseAnswer altPressed(Point point);
     void checkDesktopLater(Point point);
-    void desktopChecked(Point point, bool onDesktop);
+    void desktopChecked(Point point, DesktopHit hit);
+    void showBand(Rect box);
+    void hideBand();
 };
 
 }

@@ -7,11 +7,12 @@ namespace marrowleaf {
 
 // What lies on screen at a point, as far as the desktop can tell.
 enum class DesktopHit {
-    unknown,       // the probe failed, found nothing, or gave up before it could tell
-    bareDesktop,   // the desktop's background: no icon, no window, nothing of ours
-    desktopIcon,   // an icon on the desktop, its picture or its name label
-    window,        // another program's window, panel, menu or bar, even one that shows the wallpaper
-    ownWindow,     // one of this program's windows, transparent margins included
+    unknown,             // the probe failed, found nothing, or gave up before it could tell
+    bareDesktop,         // the bare root: no window at all over the wallpaper there
+    desktopBackground,   // the background a desktop program draws, between its icons
+    desktopIcon,         // an icon on the desktop, its picture or its name label
+    window,              // another program's window, panel, menu or bar, even one that shows the wallpaper
+    ownWindow,           // one of this program's windows, transparent margins included
 };
 
 // Probes of what other programs show on the desktop. Both are synchronous and

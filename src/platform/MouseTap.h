@@ -77,4 +77,15 @@ public:
     virtual void hide() = 0;
 };
 
+// The rubber band of a box dragged on the bare desktop: a translucent
+// rectangle above every window, on every desktop, letting clicks through.
+class SelectionBoxView {
+public:
+    virtual ~SelectionBoxView() = default;
+    // Shows the band over `box` (global top-left points), or moves it there
+    // when it is shown already; called at every pointer step.
+    virtual void show(Rect box) = 0;
+    virtual void hide() = 0;
+};
+
 }

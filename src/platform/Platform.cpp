@@ -41,6 +41,7 @@ HotkeySource& Platform::hotkeySource() { return required(installed.hotkeySource,
 MouseTap& Platform::mouseTap() { return required(installed.mouseTap, "mouseTap"); }
 AppMouseMonitor& Platform::appMouseMonitor() { return required(installed.appMouseMonitor, "appMouseMonitor"); }
 TrashTargetView& Platform::trashTargetView() { return required(installed.trashTargetView, "trashTargetView"); }
+SelectionBoxView& Platform::selectionBoxView() { return required(installed.selectionBoxView, "selectionBoxView"); }
 WelcomeView& Platform::welcomeView() { return required(installed.welcomeView, "welcomeView"); }
 
 }

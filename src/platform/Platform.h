@@ -20,6 +20,7 @@ class HotkeySource;
 class MouseTap;
 class AppMouseMonitor;
 class TrashTargetView;
+class SelectionBoxView;
 class WelcomeView;
 
 // The desktop services the portable code talks to. The application installs
@@ -47,6 +48,7 @@ public:
         MouseTap* mouseTap = nullptr;
         AppMouseMonitor* appMouseMonitor = nullptr;
         TrashTargetView* trashTargetView = nullptr;
+        SelectionBoxView* selectionBoxView = nullptr;
         WelcomeView* welcomeView = nullptr;
     };
 
@@ -71,6 +73,7 @@ public:
     static MouseTap& mouseTap();
     static AppMouseMonitor& appMouseMonitor();
     static TrashTargetView& trashTargetView();
+    static SelectionBoxView& selectionBoxView();
     static WelcomeView& welcomeView();
 };
 

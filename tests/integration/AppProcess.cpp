@@ -29,6 +29,8 @@ AppProcess::AppProcess(const XSession& session, Environment extraEnvironment) {
         {"SESSION_MANAGER", ""},
         {"XDG_CURRENT_DESKTOP", ""},
         {"DESKTOP_SESSION", ""},
+        // The accessibility bus is found through this session's bus and display.
+        {"AT_SPI_BUS_ADDRESS", ""},
         // Settings stay in memory instead of the user's settings database.
         {"GSETTINGS_BACKEND", "memory"},
     });

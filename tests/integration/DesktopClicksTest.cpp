@@ -2,6 +2,7 @@
 // xdotool: Alt-click makes a note, a dragged box selects notes, a click
 // clears the selection; and what happens when another program holds Alt-click.
 #include "integration/RegistrySession.h"
+#include "integration/TrayHost.h"
 #include "platform/linux/XcbConnection.h"
 
 #include <xcb/xcb.h>
@@ -20,6 +21,7 @@ namespace {
 const std::string first = "sticky-20240101-090000";
 const std::string second = "sticky-20240101-090100";
 const std::string third = "sticky-20240101-090200";
+const std::string featuresUnavailable = "\u26a0\ufe0f Desktop Features Unavailable\u2026";
 
 // A desktop window of another program, under everything, filling the screen,
 // that counts the left-button presses and releases it is given.
@@ -85,6 +87,7 @@ private:
 class DesktopClicks : public RegistrySession {
 protected:
     std::unique_ptr<DesktopWindow> desktop;
+    DesktopTray tray{session};
 
     void startOnADesktop() {
         desktop = std::make_unique<DesktopWindow>(session, session.options().width, session.options().height);
@@ -142,6 +145,9 @@ protected:
     bool welcomeShown() {
         return session.run({"xdotool", "search", "--onlyvisible", "--name", "Welcome to Marrowleaf"}).exitCode == 0;
     }
+
+    // As the window manager's close button does.
+    void closeWelcome() { run({"wmctrl", "-c", "Welcome to Marrowleaf"}); }
 };
 
 }
@@ -207,6 +213,7 @@ TEST_F(DesktopClicks, whenAnotherProgramHoldsAltClickTheWelcomeExplainsAndTheFea
                                        XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, 1, XCB_MOD_MASK_1)));
     ASSERT_FALSE(refused) << "the other client could not take Alt-click";
 
+    ASSERT_TRUE(tray.start());
     ASSERT_NO_FATAL_FAILURE(startOnADesktop());
     EXPECT_TRUE(waitUntil([&] { return welcomeShown(); }, 5s)) << diagnostics();
     EXPECT_TRUE(waitUntil([&] {
@@ -215,9 +222,20 @@ TEST_F(DesktopClicks, whenAnotherProgramHoldsAltClickTheWelcomeExplainsAndTheFea
         return false;
     }));
 
+    // The tray says the features are off, and its row brings the closed welcome back.
+    EXPECT_TRUE(tray.waitForRow(featuresUnavailable)) << describe(tray.menu()) << tray.diagnostics();
+    ASSERT_NO_FATAL_FAILURE(closeWelcome());
+    ASSERT_TRUE(waitUntil([&] { return !welcomeShown(); })) << "the welcome did not close";
+    ASSERT_TRUE(tray.choose(featuresUnavailable)) << diagnostics();
+    EXPECT_TRUE(waitUntil([&] { return welcomeShown(); })) << "the tray's row did not open the welcome"
+                                                           << diagnostics();
+
     xcb_disconnect(other);
     EXPECT_TRUE(showsMessage("✅ Desktop features on", 6s)) << diagnostics();
     EXPECT_TRUE(waitUntil([&] { return !welcomeShown(); }, 3s));
+    EXPECT_TRUE(tray.waitForMenu([](const TrayMenu& menu) {
+        return !rowTitled(menu, featuresUnavailable) && rowTitled(menu, "New Sticky");
+    })) << describe(tray.menu());
     ASSERT_NO_FATAL_FAILURE(altClick(300, 300));
     EXPECT_TRUE(newNote({first})) << diagnostics();
 

@@ -493,3 +493,13 @@ TEST_F(DesktopGeometry, aDesktopWindowOfOursIsStillOurs) {
     ASSERT_TRUE(waitUntil([&] { return window->isViewable(); }));
     EXPECT_EQ(accessibility.whatIsAt({640, 400}), DesktopHit::ownWindow);
 }
+
+TEST_F(DesktopGeometry, anotherProgramsDesktopWindowIsItsDesktopBackgroundNotTheBareRoot) {
+    TestWindow::Options desktop;
+    desktop.area = {0, 0, screenWidth, screenHeight};
+    desktop.types = {"_NET_WM_WINDOW_TYPE_DESKTOP"};
+    auto window = managedWindow(desktop);
+    ASSERT_TRUE(waitUntil([&] { return window->isViewable(); }));
+    EXPECT_EQ(accessibility.whatIsAt({640, 400}), DesktopHit::desktopBackground);
+    EXPECT_TRUE(AX::isDesktop({640, 400}));
+}

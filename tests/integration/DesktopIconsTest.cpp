@@ -254,17 +254,17 @@ TEST_F(DesktopIcons, aPointOnAnIconsNameLabelIsNotTheBareDesktop) {
     EXPECT_EQ(shared->accessibility->whatIsAt(onLabel), DesktopHit::desktopIcon);
 }
 
-TEST_F(DesktopIcons, aPointOnTheDesktopBackgroundIsTheBareDesktop) {
+TEST_F(DesktopIcons, aPointOnTheDesktopProgramsBackgroundIsTheDesktopButNotTheBareRoot) {
     const Point background{screenWidth * 0.6, screenHeight * 0.6};
     ASSERT_FALSE(shared->icon->contains(background));
-    EXPECT_EQ(shared->accessibility->whatIsAt(background), DesktopHit::bareDesktop);
+    EXPECT_EQ(shared->accessibility->whatIsAt(background), DesktopHit::desktopBackground);
     EXPECT_TRUE(AX::isDesktop(background));
 }
 
-TEST_F(DesktopIcons, aPointJustBesideAnIconIsTheBareDesktop) {
+TEST_F(DesktopIcons, aPointJustBesideAnIconIsTheDesktopProgramsBackground) {
     const Rect& icon = *shared->icon;
     const Point beside{icon.maxX() + 8, icon.midY()};
-    EXPECT_EQ(shared->accessibility->whatIsAt(beside), DesktopHit::bareDesktop);
+    EXPECT_EQ(shared->accessibility->whatIsAt(beside), DesktopHit::desktopBackground);
 }
 
 TEST_F(DesktopIcons, anotherProgramsWindowOverTheDesktopIsAWindow) {

@@ -4,10 +4,7 @@
 #include "integration/RegistrySession.h"
 #include "integration/TrayHost.h"
 
-#include <gio/gio.h>
-
 #include <ctime>
-#include <sstream>
 
 using namespace marrowleaf;
 using namespace marrowleaf::testing;
@@ -62,57 +59,20 @@ private:
 
 class Tray : public RegistrySession {
 protected:
-    TrayHost tray{session};
-    std::unique_ptr<ChildProcess> watcher;
+    DesktopTray tray{session};
 
-    fs::path watcherLog() const { return session.folder() / "watcher.log"; }
     fs::path autostartEntry() const { return app.configHome() / "autostart" / "marrowleaf.desktop"; }
 
-    // A tray on the desktop: the watcher stand-in, on the session's bus.
-    void startTray() {
-        ChildProcess::Options o;
-        o.argv = {std::string(MARROWLEAF_TEST_SERVICES) + "/status_notifier_watcher.py"};
-        o.environment = inheritedEnvironment(session.environment());
-        o.standardOutput = watcherLog();
-        o.standardError = watcherLog();
-        watcher = std::make_unique<ChildProcess>(o);
-        ASSERT_TRUE(waitUntil([&] { return tray.watcherRunning(); }))
-            << "the watcher stand-in never took its name:" << lastLines(watcherLog());
-    }
+    void startTray() { ASSERT_TRUE(tray.start()); }
 
     void startWithTray() {
         ASSERT_NO_FATAL_FAILURE(startTray());
         ASSERT_NO_FATAL_FAILURE(start());
     }
 
-    // Waits until the menu satisfies `condition`; the last menu read.
-    std::optional<TrayMenu> waitForMenu(const std::function<bool(const TrayMenu&)>& condition,
-                                        std::chrono::milliseconds timeout = menuTimeout) {
-        std::optional<TrayMenu> last;
-        waitUntil(
-            [&] {
-                last = tray.menu();
-                return last && condition(*last);
-            },
-            timeout, 50ms);
-        return last && condition(*last) ? last : std::nullopt;
-    }
+    void choose(const std::string& title) { ASSERT_TRUE(tray.choose(title)) << diagnostics(); }
 
-    std::optional<TrayMenu> waitForRow(const std::string& title) {
-        return waitForMenu([&](const TrayMenu& menu) { return rowTitled(menu, title).has_value(); });
-    }
-
-    // Clicks the row with this title in the menu as it is now.
-    void choose(const std::string& title) {
-        auto menu = waitForRow(title);
-        ASSERT_TRUE(menu) << "no row \"" << title << "\" in the menu:" << describe(tray.menu())
-                          << trayDiagnostics();
-        const TrayRow row = *rowTitled(*menu, title);
-        ASSERT_TRUE(row.enabled) << title;
-        ASSERT_TRUE(tray.click(row.id)) << "the menu did not take the click on \"" << title << "\"";
-    }
-
-    std::string trayDiagnostics() { return "\nwatcher:" + lastLines(watcherLog()) + diagnostics(); }
+    std::string trayDiagnostics() { return tray.diagnostics() + diagnostics(); }
 };
 
 }
@@ -123,7 +83,7 @@ TEST_F(Tray, theMenuListsTheNotesOfTheDesktopInFrontUnderAHeading) {
     seed("sticky-20240101-090200", "On the second desktop", recordOn(2));
     ASSERT_NO_FATAL_FAILURE(startWithTray());
 
-    auto menu = waitForRow("Shopping");
+    auto menu = tray.waitForRow("Shopping");
     ASSERT_TRUE(menu) << describe(tray.menu()) << trayDiagnostics();
     EXPECT_EQ(titles(*menu), (std::vector<std::string>{
                                  "New Sticky", "Hide Stickies on This Desktop", "---", "On This Desktop",
@@ -151,7 +111,7 @@ TEST_F(Tray, theMenuListsTheNotesOfTheDesktopInFrontUnderAHeading) {
 
 TEST_F(Tray, theItemShowsTheProgramsOwnNoteIcon) {
     ASSERT_NO_FATAL_FAILURE(startWithTray());
-    ASSERT_TRUE(waitForRow("New Sticky")) << describe(tray.menu()) << trayDiagnostics();
+    ASSERT_TRUE(tray.waitForRow("New Sticky")) << describe(tray.menu()) << trayDiagnostics();
     EXPECT_EQ(tray.itemText("Id"), "marrowleaf");
     EXPECT_EQ(tray.itemText("Title"), "Marrowleaf");
     EXPECT_EQ(tray.itemText("Status"), "Active");
@@ -180,10 +140,10 @@ TEST_F(Tray, aboutOpensTheAboutWindow) {
 TEST_F(Tray, anEmptyDesktopSaysItHasNoStickiesWithoutAHeading) {
     seed("sticky-20240101-090000", "# Shopping\nmilk", recordOn(1));
     ASSERT_NO_FATAL_FAILURE(startWithTray());
-    ASSERT_TRUE(waitForRow("Shopping")) << describe(tray.menu()) << trayDiagnostics();
+    ASSERT_TRUE(tray.waitForRow("Shopping")) << describe(tray.menu()) << trayDiagnostics();
 
     ASSERT_NO_FATAL_FAILURE(switchToDesktop(3));
-    auto menu = waitForRow("No stickies on this desktop");
+    auto menu = tray.waitForRow("No stickies on this desktop");
     ASSERT_TRUE(menu) << describe(tray.menu()) << trayDiagnostics();
     EXPECT_FALSE(rowTitled(*menu, "No stickies on this desktop")->enabled);
     EXPECT_FALSE(rowTitled(*menu, "On This Desktop"));
@@ -200,7 +160,7 @@ TEST_F(Tray, snoozedNotesAreListedAndChoosingOneBringsItBack) {
     ASSERT_NO_FATAL_FAILURE(startWithTray());
 
     const std::string row = "Dentist  \u00b7  in 1 hour";
-    auto menu = waitForRow(row);
+    auto menu = tray.waitForRow(row);
     ASSERT_TRUE(menu) << describe(tray.menu()) << trayDiagnostics();
     const auto all = titles(*menu);
     const auto heading = std::ranges::find(all, "Snoozed (click to bring back)");
@@ -213,7 +173,7 @@ TEST_F(Tray, snoozedNotesAreListedAndChoosingOneBringsItBack) {
 
     ASSERT_NO_FATAL_FAILURE(choose(row));
     EXPECT_TRUE(waitForNote(id, [](const json& n) { return n["visible"] == true; })) << trayDiagnostics();
-    menu = waitForMenu([](const TrayMenu& m) { return !rowTitled(m, "Snoozed (click to bring back)"); });
+    menu = tray.waitForMenu([](const TrayMenu& m) { return !rowTitled(m, "Snoozed (click to bring back)"); });
     ASSERT_TRUE(menu) << describe(tray.menu());
     EXPECT_TRUE(rowTitled(*menu, "Dentist"));
 }
@@ -223,12 +183,12 @@ TEST_F(Tray, undoDeleteShowsOnlyAfterADeleteAndPutsTheNoteBack) {
     seed(id, "keep me", recordOn(1, 320, 240));
     seed("sticky-20240101-090100", "bystander", recordOn(1, 700, 300));
     ASSERT_NO_FATAL_FAILURE(startWithTray());
-    auto menu = waitForRow("keep me");
+    auto menu = tray.waitForRow("keep me");
     ASSERT_TRUE(menu) << describe(tray.menu()) << trayDiagnostics();
     EXPECT_FALSE(rowTitled(*menu, "Undo Delete"));
 
     ASSERT_TRUE(client.runScript(id, byId(element::closeButton) + ".click(), true"));
-    menu = waitForRow("Undo Delete");
+    menu = tray.waitForRow("Undo Delete");
     ASSERT_TRUE(menu) << describe(tray.menu()) << trayDiagnostics();
     EXPECT_FALSE(rowTitled(*menu, "keep me"));
     EXPECT_FALSE(fs::exists(noteFile(id)));
@@ -239,7 +199,7 @@ TEST_F(Tray, undoDeleteShowsOnlyAfterADeleteAndPutsTheNoteBack) {
     ASSERT_TRUE(back) << trayDiagnostics();
     EXPECT_TRUE(waitUntil([&] { return viewable((*back)["window"].get<xcb_window_t>()); }));
     EXPECT_FALSE(fs::exists(notes() / ".trash" / (id + ".md")));
-    menu = waitForMenu(
+    menu = tray.waitForMenu(
         [](const TrayMenu& m) { return !rowTitled(m, "Undo Delete") && rowTitled(m, "keep me"); });
     EXPECT_TRUE(menu) << describe(tray.menu());
 }
@@ -247,12 +207,12 @@ TEST_F(Tray, undoDeleteShowsOnlyAfterADeleteAndPutsTheNoteBack) {
 TEST_F(Tray, aFullScreenWindowInFrontLeavesOnlyTheRowsThatWorkThere) {
     seed("sticky-20240101-090000", "# Shopping\nmilk", recordOn(1));
     ASSERT_NO_FATAL_FAILURE(startWithTray());
-    ASSERT_TRUE(waitForRow("Shopping")) << describe(tray.menu()) << trayDiagnostics();
+    ASSERT_TRUE(tray.waitForRow("Shopping")) << describe(tray.menu()) << trayDiagnostics();
 
     OtherWindow other(x());
     ASSERT_TRUE(other.waitUntilActive());
     ASSERT_EQ(session.run({"wmctrl", "-i", "-r", other.hexId(), "-b", "add,fullscreen"}).exitCode, 0);
-    auto menu = waitForRow("Full-screen app: stickies live on desktops");
+    auto menu = tray.waitForRow("Full-screen app: stickies live on desktops");
     ASSERT_TRUE(menu) << describe(tray.menu()) << trayDiagnostics();
     EXPECT_FALSE(rowTitled(*menu, "Full-screen app: stickies live on desktops")->enabled);
     for (const char* gone : {"New Sticky", "Hide Stickies on This Desktop", "On This Desktop", "Shopping",
@@ -261,7 +221,7 @@ TEST_F(Tray, aFullScreenWindowInFrontLeavesOnlyTheRowsThatWorkThere) {
     EXPECT_TRUE(rowTitled(*menu, "Open Stickies Folder"));
 
     ASSERT_EQ(session.run({"wmctrl", "-i", "-r", other.hexId(), "-b", "remove,fullscreen"}).exitCode, 0);
-    EXPECT_TRUE(waitForRow("New Sticky")) << describe(tray.menu());
+    EXPECT_TRUE(tray.waitForRow("New Sticky")) << describe(tray.menu());
 }
 
 TEST_F(Tray, newStickyMakesANoteInTheMiddleOfTheScreen) {
@@ -286,7 +246,7 @@ TEST_F(Tray, aNotesTitleShowsItsHiddenDesktopAndGivesTheNoteTheKeyboard) {
 
     ASSERT_NO_FATAL_FAILURE(choose("Hide Stickies on This Desktop"));
     ASSERT_TRUE(waitForNote(id, [](const json& n) { return n["visible"] == false; })) << trayDiagnostics();
-    ASSERT_TRUE(waitForRow("Show Stickies on This Desktop")) << describe(tray.menu());
+    ASSERT_TRUE(tray.waitForRow("Show Stickies on This Desktop")) << describe(tray.menu());
 
     ASSERT_NO_FATAL_FAILURE(choose("Call the plumber"));
     auto shown = waitForNote(id, [](const json& n) { return n["visible"] == true; });
@@ -296,7 +256,7 @@ TEST_F(Tray, aNotesTitleShowsItsHiddenDesktopAndGivesTheNoteTheKeyboard) {
         auto active = x().rootCardinals("_NET_ACTIVE_WINDOW");
         return active && !active->empty() && active->front() == window;
     })) << "the note never got the keyboard";
-    EXPECT_TRUE(waitForRow("Hide Stickies on This Desktop")) << describe(tray.menu());
+    EXPECT_TRUE(tray.waitForRow("Hide Stickies on This Desktop")) << describe(tray.menu());
 }
 
 TEST_F(Tray, openAtLoginWritesTheAutostartEntryAndChoosingItAgainRemovesIt) {
@@ -308,14 +268,14 @@ TEST_F(Tray, openAtLoginWritesTheAutostartEntryAndChoosingItAgainRemovesIt) {
     EXPECT_NE(entry.find("[Desktop Entry]\n"), std::string::npos) << entry;
     EXPECT_NE(entry.find("\nExec=" + program.string() + "\n"), std::string::npos) << entry;
     EXPECT_NE(entry.find("\nType=Application\n"), std::string::npos) << entry;
-    EXPECT_TRUE(waitForMenu([](const TrayMenu& m) {
+    EXPECT_TRUE(tray.waitForMenu([](const TrayMenu& m) {
         auto row = rowTitled(m, "Open at Login");
         return row && row->toggleState == 1;
     })) << describe(tray.menu());
 
     ASSERT_NO_FATAL_FAILURE(choose("Open at Login"));
     EXPECT_TRUE(waitUntil([&] { return !fs::exists(autostartEntry()); })) << trayDiagnostics();
-    EXPECT_TRUE(waitForMenu([](const TrayMenu& m) {
+    EXPECT_TRUE(tray.waitForMenu([](const TrayMenu& m) {
         auto row = rowTitled(m, "Open at Login");
         return row && row->toggleState == 0;
     })) << describe(tray.menu());
@@ -324,7 +284,7 @@ TEST_F(Tray, openAtLoginWritesTheAutostartEntryAndChoosingItAgainRemovesIt) {
 TEST_F(Tray, altClickFromTheMenuIsSavedAndCheckedAsItIs) {
     ASSERT_NO_FATAL_FAILURE(startWithTray());
     ASSERT_NO_FATAL_FAILURE(choose("Alt-Click Desktop for New Sticky"));
-    EXPECT_TRUE(waitForMenu([](const TrayMenu& m) {
+    EXPECT_TRUE(tray.waitForMenu([](const TrayMenu& m) {
         auto row = rowTitled(m, "Alt-Click Desktop for New Sticky");
         return row && row->toggleState == 0;
     })) << describe(tray.menu());
@@ -365,7 +325,7 @@ TEST_F(Tray, withoutATrayTheProgramSaysSoOnceAndItsItemShowsWhenATrayStarts) {
 
     // A tray that starts after the program found none still gets the item.
     ASSERT_NO_FATAL_FAILURE(startTray());
-    auto menu = waitForRow("Shopping");
+    auto menu = tray.waitForRow("Shopping");
     ASSERT_TRUE(menu) << describe(tray.menu()) << trayDiagnostics();
     EXPECT_EQ(count(), 1);
     ASSERT_NO_FATAL_FAILURE(choose("New Sticky"));

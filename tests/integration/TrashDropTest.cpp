@@ -1,7 +1,8 @@
 // Notes dropped on the trash target in the real program, on Xvfb with
-// openbox, driven by xdotool.
+// openbox, driven by xdotool; the delete undone from the tray's menu.
 #include "input/StickyDrag.h"
 #include "integration/RegistrySession.h"
+#include "integration/TrayHost.h"
 
 #include <string>
 #include <vector>
@@ -17,6 +18,8 @@ const std::string second = "sticky-20240101-090100";
 
 class TrashDrop : public RegistrySession {
 protected:
+    DesktopTray tray{session};
+
     // The target's centre: at the bottom centre of the screen, which has no panels.
     Point target() const {
         const double bottom = session.options().height - StickyDrag::trashMargin;
@@ -58,6 +61,7 @@ TEST_F(TrashDrop, notesDroppedOnTheTargetGoToTheTrashAndUndoBringsThemBack) {
     const Record a = recordOn(1, 200, 150), b = recordOn(1, 520, 150);
     seed(first, "first", a);
     seed(second, "second", b);
+    ASSERT_TRUE(tray.start());
     ASSERT_NO_FATAL_FAILURE(start());
     run({"xdotool", "mousemove", "246", "166", "keydown", "shift", "click", "1", "mousemove", "566", "166", "click",
          "1", "keyup", "shift"});
@@ -73,7 +77,7 @@ TEST_F(TrashDrop, notesDroppedOnTheTargetGoToTheTrashAndUndoBringsThemBack) {
     EXPECT_FALSE(fs::exists(noteFile(first)));
     EXPECT_TRUE(showsMessage("🗑  2 stickies deleted (undo from the menu bar)")) << diagnostics();
 
-    ASSERT_TRUE(client.undoDelete());
+    ASSERT_TRUE(tray.choose("Undo Delete")) << diagnostics();
     EXPECT_TRUE(waitForFile(noteFile(first), "first")) << diagnostics();
     EXPECT_TRUE(waitForFile(noteFile(second), "second"));
     auto back = waitForNote(first, [](const json& n) { return n["visible"] == true; });

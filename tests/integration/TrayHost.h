@@ -6,8 +6,13 @@
 #include "integration/Harness.h"
 
 #include <gio/gio.h>
+#include <gtest/gtest.h>
 
 #include <chrono>
+#include <ctime>
+#include <filesystem>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -247,6 +252,65 @@ private:
         g_variant_unref(reply);
         return value;
     }
+};
+
+// A tray on the session's desktop: the watcher stand-in running on the
+// session's bus, and the program's menu waited for and chosen from as a
+// person would with the tray's menu open.
+class DesktopTray : public TrayHost {
+public:
+    explicit DesktopTray(const XSession& session) : TrayHost(session), session(session) {}
+
+    // Starts the watcher stand-in and waits until it holds its name.
+    ::testing::AssertionResult start() {
+        ChildProcess::Options o;
+        o.argv = {std::string(MARROWLEAF_TEST_SERVICES) + "/status_notifier_watcher.py"};
+        o.environment = inheritedEnvironment(session.environment());
+        o.standardOutput = log();
+        o.standardError = log();
+        watcher = std::make_unique<ChildProcess>(o);
+        if (waitUntil([&] { return watcherRunning(); })) return ::testing::AssertionSuccess();
+        return ::testing::AssertionFailure() << "the watcher stand-in never took its name:" << lastLines(log());
+    }
+
+    std::filesystem::path log() const { return session.folder() / "watcher.log"; }
+
+    // Waits until the menu satisfies `condition`; the last menu read, or absent.
+    std::optional<TrayMenu> waitForMenu(const std::function<bool(const TrayMenu&)>& condition,
+                                        std::chrono::milliseconds timeout = menuTimeout) {
+        std::optional<TrayMenu> last;
+        waitUntil(
+            [&] {
+                last = menu();
+                return last && condition(*last);
+            },
+            timeout, 50ms);
+        return last && condition(*last) ? last : std::nullopt;
+    }
+
+    std::optional<TrayMenu> waitForRow(const std::string& title, std::chrono::milliseconds timeout = menuTimeout) {
+        return waitForMenu([&](const TrayMenu& rows) { return rowTitled(rows, title).has_value(); }, timeout);
+    }
+
+    // Clicks the row with this title once the menu shows it.
+    ::testing::AssertionResult choose(const std::string& title) {
+        auto rows = waitForRow(title);
+        if (!rows)
+            return ::testing::AssertionFailure()
+                   << "no row \"" << title << "\" in the menu:" << describe(menu()) << diagnostics();
+        const TrayRow row = *rowTitled(*rows, title);
+        if (!row.enabled) return ::testing::AssertionFailure() << "the row \"" << title << "\" is disabled";
+        if (!click(row.id))
+            return ::testing::AssertionFailure() << "the menu did not take the click on \"" << title << "\"";
+        return ::testing::AssertionSuccess();
+    }
+
+    // The watcher's last lines, for a failure message.
+    std::string diagnostics() const { return "\nwatcher:" + lastLines(log()); }
+
+private:
+    const XSession& session;
+    std::unique_ptr<ChildProcess> watcher;
 };
 
 }

@@ -27,6 +27,23 @@ TEST_F(AXTest, aPointOnTheBareDesktopIsTheDesktop) {
     EXPECT_TRUE(AX::isDesktop({600, 600}));
 }
 
+TEST_F(AXTest, aPointOnTheBackgroundADesktopProgramDrawsIsTheDesktop) {
+    place(DesktopHit::desktopBackground);
+    EXPECT_TRUE(AX::isDesktop(inside));
+}
+
+TEST_F(AXTest, theProbeTellsTheBareRootFromADesktopProgramsBackground) {
+    place(DesktopHit::desktopBackground);
+    EXPECT_EQ(AX::whatIsAt(inside), DesktopHit::desktopBackground);
+    EXPECT_EQ(AX::whatIsAt({600, 600}), DesktopHit::bareDesktop);
+}
+
+TEST_F(AXTest, withoutTrustWhatLiesAtAPointIsUnknownAndTheProbeIsNotAsked) {
+    platform.accessibility.isTrusted = false;
+    EXPECT_EQ(AX::whatIsAt({600, 600}), DesktopHit::unknown);
+    EXPECT_TRUE(platform.accessibility.asked.empty());
+}
+
 TEST_F(AXTest, aPointOverADesktopIconsLabelIsNotTheDesktop) {
     place(DesktopHit::desktopIcon);
     EXPECT_FALSE(AX::isDesktop(inside));

@@ -349,3 +349,86 @@ TEST_F(DesktopMouseTest, aDesktopCheckThatFinishesAfterTheWatcherIsGoneDoesNothi
     settle();
     EXPECT_EQ(registry->selection(), (std::set<std::string>{"a"}));
 }
+
+// --- the rubber band
+
+TEST_F(DesktopMouseTest, theBandFollowsTheBoxDraggedOnTheBareRoot) {
+    mouse->start();
+    press(awayFromNotes);
+    settle();
+    dragTo({600, 300});
+    dragTo({300, 650});
+    EXPECT_EQ(platform.selectionBox.shows, (std::vector<Rect>{{600, 300, 300, 300}, {300, 600, 600, 50}}));
+    EXPECT_EQ(platform.selectionBox.shown, (Rect{300, 600, 600, 50}));
+}
+
+TEST_F(DesktopMouseTest, theBandGoesWhenTheButtonIsReleased) {
+    mouse->start();
+    press(awayFromNotes);
+    settle();
+    dragTo({600, 300});
+    release({600, 300});
+    EXPECT_EQ(platform.selectionBox.shown, std::nullopt);
+    EXPECT_EQ(platform.selectionBox.hides, 1);
+}
+
+TEST_F(DesktopMouseTest, aNewPressTakesAwayABandWhoseReleaseNeverCame) {
+    mouse->start();
+    press(awayFromNotes);
+    settle();
+    dragTo({600, 300});
+    press(onA);
+    EXPECT_EQ(platform.selectionBox.shown, std::nullopt);
+}
+
+TEST_F(DesktopMouseTest, aDesktopProgramDrawsItsOwnBandOverItsBackground) {
+    platform.accessibility.elsewhere = DesktopHit::desktopBackground;
+    mouse->start();
+    press(awayFromNotes);
+    settle();
+    dragTo({600, 300});
+    EXPECT_EQ(registry->selection(), (std::set<std::string>{"b"}));   // the box still selects
+    EXPECT_TRUE(platform.selectionBox.shows.empty());
+}
+
+TEST_F(DesktopMouseTest, noBandIsDrawnForAPressOnANote) {
+    mouse->start();
+    press(onA);
+    settle();
+    dragTo({600, 300});
+    EXPECT_TRUE(platform.selectionBox.shows.empty());
+}
+
+TEST_F(DesktopMouseTest, noBandIsDrawnForAPressOnAnotherProgramsWindow) {
+    putOtherProgramsWindow();
+    mouse->start();
+    press(awayFromNotes);
+    settle();
+    dragTo({300, 300});
+    EXPECT_TRUE(platform.selectionBox.shows.empty());
+}
+
+TEST_F(DesktopMouseTest, noBandIsDrawnBeforeThePressIsKnownToBeOnTheDesktop) {
+    mouse->start();
+    press(awayFromNotes);
+    dragTo({600, 300});
+    EXPECT_TRUE(platform.selectionBox.shows.empty());
+}
+
+TEST_F(DesktopMouseTest, aPlainClickOnTheBareRootDrawsNoBand) {
+    mouse->start();
+    press(awayFromNotes);
+    settle();
+    release(awayFromNotes);
+    EXPECT_TRUE(platform.selectionBox.shows.empty());
+    EXPECT_EQ(platform.selectionBox.hides, 0);
+}
+
+TEST_F(DesktopMouseTest, aBandStillShownWhenTheWatcherGoesIsTakenAway) {
+    mouse->start();
+    press(awayFromNotes);
+    settle();
+    dragTo({600, 300});
+    mouse.reset();
+    EXPECT_EQ(platform.selectionBox.shown, std::nullopt);
+}

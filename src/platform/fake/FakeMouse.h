@@ -61,4 +61,21 @@ public:
     std::vector<bool> litChanges;
 };
 
+// Remembers every box the rubber band was shown over, and where it is now.
+class FakeSelectionBoxView : public SelectionBoxView {
+public:
+    void show(Rect box) override {
+        shown = box;
+        shows.push_back(box);
+    }
+    void hide() override {
+        shown.reset();
+        ++hides;
+    }
+
+    std::optional<Rect> shown;
+    std::vector<Rect> shows;
+    int hides = 0;
+};
+
 }

@@ -43,6 +43,7 @@ public:
     FakeMouseTap mouseTap;
     FakeAppMouseMonitor appMouse;
     FakeTrashTargetView trashTarget;
+    FakeSelectionBoxView selectionBox;
     FakeWelcomeView welcome;
 
     // Re-installs after a test changed a member's wiring.
@@ -70,6 +71,7 @@ private:
         p.mouseTap = &mouseTap;
         p.appMouseMonitor = &appMouse;
         p.trashTargetView = &trashTarget;
+        p.selectionBoxView = &selectionBox;
         p.welcomeView = &welcome;
         return p;
     }

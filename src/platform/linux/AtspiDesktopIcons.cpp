@@ -105,14 +105,14 @@ bool AtspiDesktopIcons::connect() {
 }
 
 DesktopHit AtspiDesktopIcons::at(pid_t pid, Rect window, Point point) {
-    if (!connect()) return DesktopHit::bareDesktop;
+    if (!connect()) return DesktopHit::desktopBackground;
     const bool known = frame && pid == appPid && window == frameArea;
     if (!known) {
-        if (pid == missedPid && g_get_monotonic_time() < retryAt) return DesktopHit::bareDesktop;
+        if (pid == missedPid && g_get_monotonic_time() < retryAt) return DesktopHit::desktopBackground;
         if (!lookUp(pid, window, point)) {
             missedPid = pid;
             retryAt = g_get_monotonic_time() + retryMicroseconds;
-            return DesktopHit::bareDesktop;
+            return DesktopHit::desktopBackground;
         }
     }
     return hitTest(point);
@@ -180,7 +180,7 @@ AtspiAccessible* AtspiDesktopIcons::findDesktopWindow(Rect window, Point point) 
 
 DesktopHit AtspiDesktopIcons::hitTest(Point point) {
     auto* container = static_cast<AtspiAccessible*>(g_object_ref(frame));
-    DesktopHit answer = DesktopHit::bareDesktop;
+    DesktopHit answer = DesktopHit::desktopBackground;
     for (int depth = 0; depth < descentLimit; ++depth) {
         GError* error = nullptr;
         AtspiAccessible* hit = childAt(container, point, &error);
@@ -195,7 +195,7 @@ DesktopHit AtspiDesktopIcons::hitTest(Point point) {
         const bool background = !hit || hit == container;
         if (background || !isContainer(atspi_accessible_get_role(hit, nullptr))) {
             if (hit) g_object_unref(hit);
-            answer = background ? DesktopHit::bareDesktop : DesktopHit::desktopIcon;
+            answer = background ? DesktopHit::desktopBackground : DesktopHit::desktopIcon;
             break;
         }
         g_object_unref(container);

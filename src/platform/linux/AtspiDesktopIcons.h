@@ -22,7 +22,7 @@ public:
     AtspiDesktopIcons& operator=(const AtspiDesktopIcons&) = delete;
 
     // What the desktop window of process `pid`, covering `window` on screen,
-    // shows at `point`: `desktopIcon` for an icon or its label, `bareDesktop`
+    // shows at `point`: `desktopIcon` for an icon or its label, `desktopBackground`
     // for its background (or when the program tells nothing over AT-SPI), and
     // `unknown` when it was asked and failed to answer.
     DesktopHit at(pid_t pid, Rect window, Point point);

@@ -119,7 +119,7 @@ DesktopHit XcbAccessibility::whatIsAt(Point point) const {
     if (!pid.empty() && static_cast<pid_t>(pid.front()) == own) return DesktopHit::ownWindow;
     if (std::ranges::find(types, x.atom("_NET_WM_WINDOW_TYPE_DESKTOP")) == types.end())
         return DesktopHit::window;
-    if (pid.empty()) return DesktopHit::bareDesktop;
+    if (pid.empty()) return DesktopHit::desktopBackground;
     const Rect area = x.windowRect(window).value_or(top->area);
     return icons->at(static_cast<pid_t>(pid.front()), area, point);
 }

@@ -14,10 +14,10 @@ class AtspiDesktopIcons;
 class XcbConnection;
 
 // What lies on the X screen at a point: the top-level window there in
-// stacking order, unmapped ones skipped. No window, or the window manager's
-// desktop window (_NET_WM_WINDOW_TYPE_DESKTOP), is the desktop, unless the
-// program that draws the desktop shows an icon there over AT-SPI. Windows of
-// `ownProcess` (by _NET_WM_PID) are ours, whatever their type.
+// stacking order, unmapped ones skipped. No window is the bare root; a desktop
+// program's window (_NET_WM_WINDOW_TYPE_DESKTOP) is its background, unless the
+// program shows an icon there over AT-SPI. Windows of `ownProcess` (by
+// _NET_WM_PID) are ours, whatever their type.
 class XcbAccessibility : public Accessibility {
 public:
     explicit XcbAccessibility(XcbConnection& connection, pid_t ownProcess = getpid());
