@@ -102,7 +102,6 @@ void StickyDrag::spacesChanged() {
 
 void StickyDrag::begin(const std::string& id, Kind kind, Point point) {
     Drag drag;
-    Spaces::update();
     drag.spaces = Spaces::active();
     drag.id = id;
     drag.kind = kind;
